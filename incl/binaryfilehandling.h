@@ -1,0 +1,65 @@
+// binaryfilehandling - the binary result files: header, density matrices, copies, safe output.
+//
+// Header: three int32 in the machine's byte order: type, num1, num2. Density-matrix files have
+// type 0, num1 = n states, num2 = number of matrices; then each matrix by rows 1..n, each row n
+// complex elements as (re, im) doubles. Signal files have type 1, num1 = samples, num2 = traces.
+#ifndef ZAN_BINARYFILEHANDLING_H
+#define ZAN_BINARYFILEHANDLING_H
+
+#include "matrixmathlib.h"
+
+#include <complex>
+#include <cstdint>
+#include <cstdio>
+#include <memory>
+#include <string>
+
+enum binfh_status : int32_t {
+    BINFH_OK = 0,
+    BINFH_ERR_NULLPTR = 1,
+    BINFH_ERR_IO = 2,
+    BINFH_ERR_BADARG = 3
+};
+extern binfh_status binfh_last_status; // of the forms without a status result
+
+struct FileCloser {
+    void operator()(FILE *f) const { std::fclose(f); }
+};
+using FilePtr = std::unique_ptr<FILE, FileCloser>;
+
+// ---- header; a short read or write is reported on the error stream ----
+binfh_status ReadBinFileHeader_status(FILE *fn, int32_t *type, int32_t *num1, int32_t *num2);
+binfh_status WriteBinFileHeader_status(FILE *fn, int32_t type, int32_t num1, int32_t num2);
+void ReadBinFileHeader(FILE *fn, int *type, int *num1, int *num2);
+void WriteBinFileHeader(FILE *fn, const int *type, const int *num1, const int *num2);
+void WriteBinFileHeaderI(FILE *fn, int type, int num1, int num2);
+
+// ---- matrices; silent, false on a short transfer or a bad argument (n 1..257) ----
+bool write_cmatrix_row(FILE *out, int n, const CMatrix *mat, int row);
+bool read_cmatrix_row(FILE *fp, int n_, CMatrix *mat, int row);
+// One whole matrix, fn rows of n elements, from the current position: 1 or 0.
+int read_density_matrix(FILE *in, int n, int fn, CMatrix *mat);
+
+// The file's own layout of one matrix: n·n elements by rows from 0.
+typedef std::complex<double> Complex;
+bool read_packed_matrix(FILE *in, int n, Complex *packed);
+bool write_packed_matrix(FILE *out, int n, const Complex *packed);
+void pack_matrix(int n, const CMatrix *mat, Complex *packed);
+void unpack_matrix(int n, const Complex *packed, CMatrix *mat);
+
+// ---- whole files ----
+binfh_status copy_file_binary(const char *src, const char *dst);
+// "what: system error text" on the error stream; null is "I/O error".
+void print_io_error(const char *what);
+
+// A file that appears under its name only when it is complete: written beside its target, then
+// put in its place. A target that is no regular file (a device, a link) is written directly.
+struct OutputFile {
+    FILE *file = nullptr;
+    std::string path, beside; // beside is empty when written directly
+};
+bool open_output(OutputFile *out, const char *path, const char *mode); // errno tells why not
+bool commit_output(OutputFile *out);  // flush, close, replace; false: the old file is kept
+void discard_output(OutputFile *out); // close, remove what was written
+
+#endif

@@ -1,0 +1,43 @@
+// platformlib - the one room that knows the operating system.
+//
+// Paths are byte strings; on Linux "/" separates, on Windows "\\". Functions return true on
+// success and leave the system's error in errno when they fail.
+#ifndef ZAN_PLATFORMLIB_H
+#define ZAN_PLATFORMLIB_H
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+extern const char plat_separator; // what path joins put between two parts
+
+// Once, first thing in main: UTF-8 console, and writes beyond a file-size limit fail with an
+// error instead of ending the process.
+void plat_startup(void);
+
+bool plat_executable_path(std::string *path);
+unsigned long plat_process_id(void);
+
+bool plat_make_dir(const char *path);  // one level; an existing directory is success
+bool plat_change_dir(const char *path);
+bool plat_current_dir(std::string *path);
+bool plat_is_dir(const char *path);
+bool plat_is_regular_file(const char *path); // not through a symbolic link
+bool plat_exists(const char *path);
+
+// Names (no path) of the entries of dir that are no directories and end in suffix, ignoring
+// ASCII case; sorted by name. An unreadable directory gives none.
+std::vector<std::string> plat_list_files(const char *dir, const char *suffix);
+
+// The existing path that equals path but for the letter case of its last components.
+// True when path itself exists (then it is copied) or such a match is found.
+bool plat_find_ignoring_case(const char *path, std::string *found);
+
+bool plat_replace_file(const char *from, const char *to); // atomic; to may exist
+bool plat_remove_file(const char *path);
+
+bool plat_console_is_input(void);  // standard input is a terminal
+void plat_console_clear(void);     // nothing when output is not a console
+void plat_console_utf8(void);
+
+#endif

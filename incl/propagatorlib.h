@@ -1,0 +1,37 @@
+// propagatorlib - propagators of one sector at many positions, and their use on many density
+// matrices. Plain arrays in, plain arrays out: no runtime state, no console, no files.
+//
+// Packed matrices are n·n complex elements by rows from 0, the layout of the density files.
+#ifndef ZAN_PROPAGATORLIB_H
+#define ZAN_PROPAGATORLIB_H
+
+#include "matrixmathlib.h"
+
+#include <complex>
+
+// One sector as every position sees it. Sample k = 0..ap-1 acts during [k·tau, (k+1)·tau):
+//   H_k = H0 + (gx[k]·x + gy[k]·y + gz[k]·z + offset)·Izgrad + xb[k]·Ixtot + yb[k]·Iytot
+struct SectorField {
+    int n;                                    // states
+    const CMatrix *H0;                        // rad/s
+    const CMatrix *Izgrad, *Ixtot, *Iytot;    // total spin operators
+    int ap;                                   // samples; 0 leaves every state as it is
+    double tau;                               // step, s
+    const double *xb, *yb;                    // RF, rad/s
+    const double *gx, *gy, *gz;               // gradients, rad/s per cm; null is no gradient
+    double offset;                            // static offset, rad/s
+};
+
+struct Position {
+    double x, y, z; // cm
+};
+
+// propagators[p] (packed) = U_0·U_1·…·U_(ap-1) at positions[p], U_k = exp(-i·H_k·tau).
+void SectorPropagators(const SectorField &field, const Position *positions, int count,
+                       std::complex<double> *propagators);
+
+// rho[v] <- P†·rho[v]·P with P = propagators[which[v]], v = 0..count-1; all packed.
+void RotateDensities(int n, const std::complex<double> *propagators, const int *which, int count,
+                     std::complex<double> *rho);
+
+#endif

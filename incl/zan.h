@@ -1,0 +1,204 @@
+// zan - the simulation engine: runtime state, Hamiltonians, propagation, operator expressions,
+// run drivers. Sections stand in the order of the rooms src/zan*.cpp.
+//
+// Frequencies are given in Hz and enter Hamiltonians as 2·pi·Hz (rad/s); coordinates in cm,
+// gradients in rad/s per cm, durations in s. Spins, states and sectors count from 1 (element 0
+// is not used), time samples from 0.
+#ifndef ZAN_ZAN_H
+#define ZAN_ZAN_H
+
+#include "matrixmathlib.h"
+#include "spinoperatorlib.h"
+
+#include <cstdio>
+
+enum {
+    ZAN_MAX_SPINS = 8,
+    ZAN_MAX_STATES = 256,
+    ZAN_MAX_PAIRS = 28,
+    ZAN_MAX_SECTORS = 20,
+    ZAN_MAX_RF_POINTS = 8192,
+    ZAN_MAX_PARAMETERS = 160,
+    ZAN_RESULT_FILE_LEN = 256,
+    ZAN_PULSE_NAME_LEN = 256,
+    ZAN_REMARK_LEN = 512
+};
+constexpr double PI_CONST = 3.141592653589793;
+
+// ---------------------------------------------------------------- runtime state (zan.cpp)
+
+// Everything a simulation works on, once per process. One record instead of free variables,
+// because names such as n, h, x0 or y0 would shadow locals or clash with the C library.
+// All zero at start, then init().
+struct ZanRuntime {
+    // ---- spin system: model transfer, spin dialogs ----
+    int Nspins;                             // 1..8, 0 before any system
+    int n;                                  // states, 1..256
+    int quantnum[9];                        // 2I of spin k
+    SpinIList Ilist;                        // quantnum with negative values set to 0
+    SpinKet ket;                            // basis of Ilist
+    double relspinamp[9];                   // equilibrium polarisation weight
+    double resofreqs[9];                    // offset in the rotating frame, Hz
+    int Jexact;                             // 1 = weak coupling (Iz·Iz only!), else full
+    int Jcount;                             // pairs stored in couplings
+    double couplings[29];                   // Hz, pairs (1,2) (1,3) … (2,3) …
+    double jc[9][9];                        // Hz, symmetric
+    int zan_spin_subgroup_count;            // 0..32; metadata of the multiplet outputs
+    char zan_spin_subgroup_labels[32][64];
+    int zan_spin_subgroup_spin_count[32];
+    int zan_spin_subgroup_spins[32][9];     // entries from 0
+    int zan_spin_subgroup_ppm_count[32];
+    double zan_spin_subgroup_ppm[32];       // ppm
+
+    // ---- operators, dimension n, Hamiltonians in rad/s: the builders below ----
+    CMatrix densmat;                        // equilibrium; during a run the matrix at hand
+    CMatrix Izee;                           // sum of 2·pi·resofreqs·Iz
+    CMatrix Icoup;                          // scalar coupling
+    CMatrix Izgrad;                         // sum of Iz: what a gradient or offset turns
+    CMatrix Ixtot, Iytot, Iztot;            // total spin
+    CMatrix Istat;                          // observable, or Izee + Icoup before acquisition
+
+    // ---- sequence, sectors 1..nos: composer, model transfer ----
+    int sequencetype;                       // 0 unset, 1 spatial, 2 1D/2D NMR
+    int nos;                                // sectors, 0..20
+    int sectype[21];                        // meaning by family, see the labels
+    int noti[21];                           // samples, at most 8192
+    int nevo[21];                           // evolution rows (1D/2D)
+    double sectdur[21];                     // s
+    double statoff[21];                     // Hz
+    char fnames[21][ZAN_PULSE_NAME_LEN];    // waveform file
+    char remarks[21][ZAN_REMARK_LEN];
+    int sector;                             // being edited by the composer
+    char resultflnm[ZAN_RESULT_FILE_LEN];   // result of a run; empty = none
+
+    // ---- grid: voxel (ix, iy, iz) from 1 lies at x0 + (ix-1)·dx … cm ----
+    int ndx, ndy, ndz;
+    int ndw;                                // matrices in dm.bin: voxels, or evolution rows
+    double x0, y0, z0, dx, dy, dz;
+
+    // ---- the sector at hand: sequence drivers, pulse menus ----
+    int ap;                                 // samples
+    double pt;                              // duration, s
+    double h;                               // step pt/ap, s
+    double ti;                              // pulse menus: duration; drivers: one step h, s
+    double statoff_s;                       // rad/s
+    double x0_s, y0_s, z0_s, dx_s, dy_s, dz_s; // grid in use, cm
+    double gs;                              // read gradient of the 1-D profile, rad/s per cm
+    double xb[ZAN_MAX_RF_POINTS], yb[ZAN_MAX_RF_POINTS]; // RF, rad/s
+    double gx[ZAN_MAX_RF_POINTS], gy[ZAN_MAX_RF_POINTS], gz[ZAN_MAX_RF_POINTS]; // rad/s per cm
+    int spatial_progress_sector, spatial_progress_sector_count; // for the progress lines
+
+    // ---- receiver settings of the model ----
+    double zan_gui_b0_tesla;                // T
+    double zan_gui_receiver_carrier_ppm;    // ppm
+
+    // ---- flags, 0 or 1 unless said otherwise ----
+    int spinsystemdefined;                  // operators exist
+    int rfpulsedefined;                     // xb, yb hold a pulse
+    int offsetsdefined;                     // the grid has been entered
+    int systemset, offsetset, sectorset;    // spin system, grid, sectors of the model are ready
+    int pulseflag;                          // 2 = no pulse yet (propagation refuses), 1 = pulse
+    int calc;                               // sectors propagated; 0: dm.bin must be filled first
+};
+extern ZanRuntime rt;
+
+extern const char *const zan_version;
+
+const char *SectorTypeLabel(int type);   // of the spatial family; "<unknown>" outside 0..6
+const char *SequenceTypeLabel(int type); // "<unknown>" outside 0..2
+void init(void);                         // for a new model; spins, sequence, grid origin stay
+void TotalStartUp(void);                 // once at start; in effect init
+
+// 1: no console questions, no progress or report lines (the reference checks).
+void ZAN_SetSmokeCheckMode(int enabled);
+int ZAN_GetSmokeCheckMode(void);
+
+// ---------------------------------------------------- Hamiltonians (zan_hamiltonians.cpp)
+
+// B <- B + A
+void AccumulateCMat(int n, const CMatrix *A, CMatrix *B);
+void Complex2FromReal(double v, Complex2 out);
+// Izgrad = sum of Iz. Without a spin system: a line on the error stream, Izgrad unchanged.
+void MakeGradientOperator(void);
+// All operators from the values in rt, silently but for a summary. Couplings come from jc when
+// any entry is nonzero, else from couplings in pair order. Trusts 2I and the dimension.
+void BuildSpinSystemFromPulseSequenceGlobals(void);
+void ZAN_RebuildSpinSystemFromPulseSequenceGlobals(void);
+
+// ------------------------------------------------------- waveform files (zan_waveforms.cpp)
+
+// The first n samples into rt.xb, rt.yb (and gx, gy, gz): 1, or 0 for an empty name, a count
+// outside 0..8192, a file that does not open (told on the error stream) or is too short.
+int LoadSpatialSectorPulseFile(const char *path, int n);
+int Load2DSectorPulseFile(const char *path, int n);
+
+// -------------------------------------------------------- propagation (zan_propagation.cpp)
+
+// Every voxel of dm.bin through the sector at hand; raises calc when dm.bin is the next one.
+void Rotate3D(void);
+// Every evolution row; sector_type 2 evolves row w for (w-1)·dt per sample. dt in s, offset rad/s.
+void Rotate2D_internal(int sector_type, double dt, double offset);
+
+// ------------------------------------------------------- sequence drivers (zan_sequences.cpp)
+
+bool zan_remark_is_acquisition(const char *remark); // "adc" or "acquisition", any letter case
+void SimulateLoadedPulseSequence(void);             // spatial family, all sectors
+void SimulateLoaded2DPulseSequence(void);           // 1D/2D family and its receiver signal
+
+// ------------------------------------------------ operator expressions (zan_operators.cpp)
+
+int parse_product_operator_string(const char *text, int N, char *symbols); // N + 1 chars
+int spin_index_from_label(char c, int N);
+const char *spin_labels_for(int k); // one letter, in a buffer that the next call overwrites
+void trim_operator_token(char *s);
+bool is_undefined_operator_expression(const char *s);
+void make_identity_operator(int n, CMatrix *out);
+// The product of Ix, Iy, Iz by symbols ("xze"), scaled to unit Frobenius norm.
+void create_norm_operator_spinhalf(int n, int N, const SpinIList &Ilist, const SpinKet &ket,
+                                   const char *symbols, CMatrix *out);
+// A sum of products such as "IxSz + Iz", scaled to unit norm: 1, or 0 (spins 1/2 only).
+int create_operator_expression_spinhalf(int n, int N, const SpinIList &Ilist, const SpinKet &ket,
+                                        const char *expression, CMatrix *out);
+
+// ------------------------------------------------------- result files (zan_profiles.cpp)
+
+// Text tables from a density file: 1, or 0 with one line on the error stream.
+int ZANWriteExpectationProfile(const char *density_path, const char *operator_expression,
+                               const char *output_path);
+// point_index from 1. Uses and removes "dm.bin" in the working directory.
+int ZANWriteVoxelSignal(const char *density_path, int point_index, const char *output_path);
+
+// ---------------------------------------------------------------- run drivers (zan_runs.cpp)
+
+void RunCurrentPreparedModel(void);
+void ZAN_RunCurrentPreparedModel(void);
+void ZANRunCurrentPreparedModel(void);
+
+// A band-selective hyperbolic-secant pulse announced in a sector's remark.
+struct ZANSlowBandSplitConfig {
+    int enabled;                    // 1 when a configuration was found
+    double pulse_center_offset_hz;  // Hz
+    double mu, beta;
+    double pulse_duration_s;        // s
+    double pulse_amplitude_hz;      // Hz
+    int pulse_samples;
+    double pulse_phase_rad;         // rad
+    double b0_tesla;                // T
+    double receiver_carrier_ppm;    // ppm
+};
+
+// Remarks: the first occurrence of key, any letter case; then blanks, tabs, '='; then a number.
+int zan_parse_double_after_key(const char *text, const char *key, double *out);
+int zan_parse_int_after_key(const char *text, const char *key, int *out);
+const char *zan_strcasestr_local(const char *text, const char *pattern); // ASCII folding
+int zan_text_contains_ci(const char *text, const char *pattern);
+int zan_is_power_of_two_int(int v);
+int zan_try_slow_band_split_config(ZANSlowBandSplitConfig *out); // 1 when found
+int zan_current_sequence_is_pulse_acquire_fid(void);
+
+// -------------------------------------------------------------- menus, filled step by step
+
+void ZANPrepareMenu(void);
+void LiouvilleNonInteractive(void);
+
+#endif
