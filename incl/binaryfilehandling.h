@@ -44,11 +44,11 @@ int read_density_matrix(FILE *in, int n, int fn, CMatrix *mat);
 typedef std::complex<double> Complex;
 bool read_packed_matrix(FILE *in, int n, Complex *packed);
 bool write_packed_matrix(FILE *out, int n, const Complex *packed);
-void pack_matrix(int n, const CMatrix *mat, Complex *packed);
-void unpack_matrix(int n, const Complex *packed, CMatrix *mat);
 
 // ---- whole files ----
 binfh_status copy_file_binary(const char *src, const char *dst);
+// The same, but dst appears, or changes, only when the copy is complete.
+binfh_status copy_file_complete(const char *src, const char *dst);
 // "what: system error text" on the error stream; null is "I/O error".
 void print_io_error(const char *what);
 

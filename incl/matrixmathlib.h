@@ -33,8 +33,7 @@ void NormCMatrix(int n, CMatrix *mat);
 // ---- products and transposes: the output may be one of the inputs ----
 void CMatMult(int n, const CMatrix *inmat1, const CMatrix *inmat2, CMatrix *outmat);
 // outmat += rfac·(inmat1·inmat2)
-void CMatMultAdd(int n, const CMatrix *inmat1, const CMatrix *inmat2, double rfac,
-                 CMatrix *outmat);
+void CMatMultAdd(int n, const CMatrix *inmat1, const CMatrix *inmat2, double rfac, CMatrix *outmat);
 void CMatCommutator(int n, const CMatrix *a, const CMatrix *b, CMatrix *outmat); // a·b - b·a
 void Transform(int n, const CMatrix *Ut, const CMatrix *H, const CMatrix *U, CMatrix *prod);
 void Adjungate(int n, const CMatrix *P, CMatrix *Q); // Q = P† (conjugated)

@@ -25,14 +25,14 @@ double SeparateSpectra_GenerateSignalWithParams(
     const CMatrix *Iytot, const CMatrix *Iztot, const SpinKet &ket, const SpinIList &Ilist);
 
 // One trace; with print_diagnostics the line lists behind it (n <= 64) on standard output.
-void build_legacy_separate_spectra_signal(int n, int ap, double acq_time_s,
-                                          const CMatrix *densmat, const CMatrix *Hmat,
-                                          const CMatrix *Ixtot, const CMatrix *Iytot,
-                                          double *out_re, double *out_im, bool print_diagnostics);
+void build_legacy_separate_spectra_signal(int n, int ap, double acq_time_s, const CMatrix *densmat,
+                                          const CMatrix *Hmat, const CMatrix *Ixtot,
+                                          const CMatrix *Iytot, double *out_re, double *out_im,
+                                          bool print_diagnostics);
 // One trace by time stepping, dt = acq_time_s / ap.
 void build_direct_observable_signal(int n, int ap, double acq_time_s, const CMatrix *densmat,
-                                    const CMatrix *Hmat, const CMatrix *Ixtot,
-                                    const CMatrix *Iytot, double *out_re, double *out_im);
+                                    const CMatrix *Hmat, const CMatrix *Ixtot, const CMatrix *Iytot,
+                                    double *out_re, double *out_im);
 
 // ---- console tables ----
 void print_legacy_spectrum_component_diagnostics(const char *label, const LineList &csp,

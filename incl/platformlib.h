@@ -18,7 +18,7 @@ void plat_startup(void);
 bool plat_executable_path(std::string *path);
 unsigned long plat_process_id(void);
 
-bool plat_make_dir(const char *path);  // one level; an existing directory is success
+bool plat_make_dir(const char *path); // one level; an existing directory is success
 bool plat_change_dir(const char *path);
 bool plat_current_dir(std::string *path);
 bool plat_is_dir(const char *path);
@@ -36,8 +36,8 @@ bool plat_find_ignoring_case(const char *path, std::string *found);
 bool plat_replace_file(const char *from, const char *to); // atomic; to may exist
 bool plat_remove_file(const char *path);
 
-bool plat_console_is_input(void);  // standard input is a terminal
-void plat_console_clear(void);     // nothing when output is not a console
+bool plat_console_is_input(void); // standard input is a terminal
+void plat_console_clear(void);    // nothing when output is not a console
 void plat_console_utf8(void);
 
 #endif

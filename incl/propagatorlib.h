@@ -9,17 +9,20 @@
 
 #include <complex>
 
+void pack_matrix(int n, const CMatrix *mat, std::complex<double> *packed);
+void unpack_matrix(int n, const std::complex<double> *packed, CMatrix *mat);
+
 // One sector as every position sees it. Sample k = 0..ap-1 acts during [k·tau, (k+1)·tau):
 //   H_k = H0 + (gx[k]·x + gy[k]·y + gz[k]·z + offset)·Izgrad + xb[k]·Ixtot + yb[k]·Iytot
 struct SectorField {
-    int n;                                    // states
-    const CMatrix *H0;                        // rad/s
-    const CMatrix *Izgrad, *Ixtot, *Iytot;    // total spin operators
-    int ap;                                   // samples; 0 leaves every state as it is
-    double tau;                               // step, s
-    const double *xb, *yb;                    // RF, rad/s
-    const double *gx, *gy, *gz;               // gradients, rad/s per cm; null is no gradient
-    double offset;                            // static offset, rad/s
+    int n;                                 // states
+    const CMatrix *H0;                     // rad/s
+    const CMatrix *Izgrad, *Ixtot, *Iytot; // total spin operators
+    int ap;                                // samples; 0 leaves every state as it is
+    double tau;                            // step, s
+    const double *xb, *yb;                 // RF, rad/s
+    const double *gx, *gy, *gz;            // gradients, rad/s per cm; null is no gradient
+    double offset;                         // static offset, rad/s
 };
 
 struct Position {

@@ -8,8 +8,8 @@
 
 #include "matrixmathlib.h"
 
-typedef int SpinIList[9];                 // 2I of spins 1..8; 0 = no spin there
-typedef int SpinKet[MATRIXMATH_DIM][9];   // 2m of state 1..n, spin 1..Nspins
+typedef int SpinIList[9];               // 2I of spins 1..8; 0 = no spin there
+typedef int SpinKet[MATRIXMATH_DIM][9]; // 2m of state 1..n, spin 1..Nspins
 
 extern const char *const spinoper_version;
 

@@ -32,73 +32,73 @@ constexpr double PI_CONST = 3.141592653589793;
 // All zero at start, then init().
 struct ZanRuntime {
     // ---- spin system: model transfer, spin dialogs ----
-    int Nspins;                             // 1..8, 0 before any system
-    int n;                                  // states, 1..256
-    int quantnum[9];                        // 2I of spin k
-    SpinIList Ilist;                        // quantnum with negative values set to 0
-    SpinKet ket;                            // basis of Ilist
-    double relspinamp[9];                   // equilibrium polarisation weight
-    double resofreqs[9];                    // offset in the rotating frame, Hz
-    int Jexact;                             // 1 = weak coupling (Iz·Iz only!), else full
-    int Jcount;                             // pairs stored in couplings
-    double couplings[29];                   // Hz, pairs (1,2) (1,3) … (2,3) …
-    double jc[9][9];                        // Hz, symmetric
-    int zan_spin_subgroup_count;            // 0..32; metadata of the multiplet outputs
+    int Nspins;                  // 1..8, 0 before any system
+    int n;                       // states, 1..256
+    int quantnum[9];             // 2I of spin k
+    SpinIList Ilist;             // quantnum with negative values set to 0
+    SpinKet ket;                 // basis of Ilist
+    double relspinamp[9];        // equilibrium polarisation weight
+    double resofreqs[9];         // offset in the rotating frame, Hz
+    int Jexact;                  // 1 = weak coupling (Iz·Iz only!), else full
+    int Jcount;                  // pairs stored in couplings
+    double couplings[29];        // Hz, pairs (1,2) (1,3) … (2,3) …
+    double jc[9][9];             // Hz, symmetric
+    int zan_spin_subgroup_count; // 0..32; metadata of the multiplet outputs
     char zan_spin_subgroup_labels[32][64];
     int zan_spin_subgroup_spin_count[32];
-    int zan_spin_subgroup_spins[32][9];     // entries from 0
+    int zan_spin_subgroup_spins[32][9]; // entries from 0
     int zan_spin_subgroup_ppm_count[32];
-    double zan_spin_subgroup_ppm[32];       // ppm
+    double zan_spin_subgroup_ppm[32]; // ppm
 
     // ---- operators, dimension n, Hamiltonians in rad/s: the builders below ----
-    CMatrix densmat;                        // equilibrium; during a run the matrix at hand
-    CMatrix Izee;                           // sum of 2·pi·resofreqs·Iz
-    CMatrix Icoup;                          // scalar coupling
-    CMatrix Izgrad;                         // sum of Iz: what a gradient or offset turns
-    CMatrix Ixtot, Iytot, Iztot;            // total spin
-    CMatrix Istat;                          // observable, or Izee + Icoup before acquisition
+    CMatrix densmat;             // equilibrium; during a run the matrix at hand
+    CMatrix Izee;                // sum of 2·pi·resofreqs·Iz
+    CMatrix Icoup;               // scalar coupling
+    CMatrix Izgrad;              // sum of Iz: what a gradient or offset turns
+    CMatrix Ixtot, Iytot, Iztot; // total spin
+    CMatrix Istat;               // observable, or Izee + Icoup before acquisition
 
     // ---- sequence, sectors 1..nos: composer, model transfer ----
-    int sequencetype;                       // 0 unset, 1 spatial, 2 1D/2D NMR
-    int nos;                                // sectors, 0..20
-    int sectype[21];                        // meaning by family, see the labels
-    int noti[21];                           // samples, at most 8192
-    int nevo[21];                           // evolution rows (1D/2D)
-    double sectdur[21];                     // s
-    double statoff[21];                     // Hz
-    char fnames[21][ZAN_PULSE_NAME_LEN];    // waveform file
+    int sequencetype;                    // 0 unset, 1 spatial, 2 1D/2D NMR
+    int nos;                             // sectors, 0..20
+    int sectype[21];                     // meaning by family, see the labels
+    int noti[21];                        // samples, at most 8192
+    int nevo[21];                        // evolution rows (1D/2D)
+    double sectdur[21];                  // s
+    double statoff[21];                  // Hz
+    char fnames[21][ZAN_PULSE_NAME_LEN]; // waveform file
     char remarks[21][ZAN_REMARK_LEN];
-    int sector;                             // being edited by the composer
-    char resultflnm[ZAN_RESULT_FILE_LEN];   // result of a run; empty = none
+    int sector;                           // being edited by the composer
+    char resultflnm[ZAN_RESULT_FILE_LEN]; // result of a run; empty = none
 
     // ---- grid: voxel (ix, iy, iz) from 1 lies at x0 + (ix-1)·dx … cm ----
     int ndx, ndy, ndz;
-    int ndw;                                // matrices in dm.bin: voxels, or evolution rows
+    int ndw; // matrices in dm.bin: voxels, or evolution rows
     double x0, y0, z0, dx, dy, dz;
 
     // ---- the sector at hand: sequence drivers, pulse menus ----
-    int ap;                                 // samples
-    double pt;                              // duration, s
-    double h;                               // step pt/ap, s
-    double ti;                              // pulse menus: duration; drivers: one step h, s
-    double statoff_s;                       // rad/s
+    int ap;                                    // samples
+    double pt;                                 // duration, s
+    double h;                                  // step pt/ap, s
+    double ti;                                 // pulse menus: duration; drivers: one step h, s
+    double statoff_s;                          // rad/s
     double x0_s, y0_s, z0_s, dx_s, dy_s, dz_s; // grid in use, cm
-    double gs;                              // read gradient of the 1-D profile, rad/s per cm
-    double xb[ZAN_MAX_RF_POINTS], yb[ZAN_MAX_RF_POINTS]; // RF, rad/s
+    double gs;                                 // read gradient of the 1-D profile, rad/s per cm
+    double xb[ZAN_MAX_RF_POINTS], yb[ZAN_MAX_RF_POINTS];                        // RF, rad/s
     double gx[ZAN_MAX_RF_POINTS], gy[ZAN_MAX_RF_POINTS], gz[ZAN_MAX_RF_POINTS]; // rad/s per cm
     int spatial_progress_sector, spatial_progress_sector_count; // for the progress lines
 
     // ---- receiver settings of the model ----
-    double zan_gui_b0_tesla;                // T
-    double zan_gui_receiver_carrier_ppm;    // ppm
+    double zan_gui_b0_tesla;             // T
+    double zan_gui_receiver_carrier_ppm; // ppm
 
     // ---- flags, 0 or 1 unless said otherwise ----
-    int spinsystemdefined;                  // operators exist
-    int rfpulsedefined;                     // xb, yb hold a pulse
-    int offsetsdefined;                     // the grid has been entered
-    int systemset, offsetset, sectorset;    // spin system, grid, sectors of the model are ready
-    int pulseflag;                          // 2 = no pulse yet (propagation refuses), 1 = pulse
-    int calc;                               // sectors propagated; 0: dm.bin must be filled first
+    int spinsystemdefined;               // operators exist
+    int rfpulsedefined;                  // xb, yb hold a pulse
+    int offsetsdefined;                  // the grid has been entered
+    int systemset, offsetset, sectorset; // spin system, grid, sectors of the model are ready
+    int pulseflag;                       // 2 = no pulse yet (propagation refuses), 1 = pulse
+    int calc;                            // sectors propagated; 0: dm.bin must be filled first
 };
 extern ZanRuntime rt;
 
@@ -124,6 +124,9 @@ void MakeGradientOperator(void);
 // any entry is nonzero, else from couplings in pair order. Trusts 2I and the dimension.
 void BuildSpinSystemFromPulseSequenceGlobals(void);
 void ZAN_RebuildSpinSystemFromPulseSequenceGlobals(void);
+// Ixtot and Iytot anew: norm 1 for the receiver, which detects every spin's operator with unit
+// norm; norm 0, the physical sums, for everything else.
+void zan_build_transverse_totals(int norm);
 
 // ------------------------------------------------------- waveform files (zan_waveforms.cpp)
 
@@ -176,15 +179,15 @@ void ZANRunCurrentPreparedModel(void);
 
 // A band-selective hyperbolic-secant pulse announced in a sector's remark.
 struct ZANSlowBandSplitConfig {
-    int enabled;                    // 1 when a configuration was found
-    double pulse_center_offset_hz;  // Hz
+    int enabled;                   // 1 when a configuration was found
+    double pulse_center_offset_hz; // Hz
     double mu, beta;
-    double pulse_duration_s;        // s
-    double pulse_amplitude_hz;      // Hz
+    double pulse_duration_s;   // s
+    double pulse_amplitude_hz; // Hz
     int pulse_samples;
-    double pulse_phase_rad;         // rad
-    double b0_tesla;                // T
-    double receiver_carrier_ppm;    // ppm
+    double pulse_phase_rad;      // rad
+    double b0_tesla;             // T
+    double receiver_carrier_ppm; // ppm
 };
 
 // Remarks: the first occurrence of key, any letter case; then blanks, tabs, '='; then a number.

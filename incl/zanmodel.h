@@ -27,42 +27,42 @@ enum ZANModelStatus {
 };
 
 struct ZANSpinSystemDef {
-    int nspins;                         // 1..8
-    int spin_quantum_numbers[9];        // 2I
-    double relative_intensities[9];     // equilibrium polarisation weight
-    double resonance_offsets_hz[9];     // Hz
-    int coupling_mode;                  // 1 weak (Iz·Iz only), else full
-    double j_hz[9][9];                  // Hz, symmetric, zero diagonal
-    int subgroup_count;                 // 0..32
+    int nspins;                     // 1..8
+    int spin_quantum_numbers[9];    // 2I
+    double relative_intensities[9]; // equilibrium polarisation weight
+    double resonance_offsets_hz[9]; // Hz
+    int coupling_mode;              // 1 weak (Iz·Iz only), else full
+    double j_hz[9][9];              // Hz, symmetric, zero diagonal
+    int subgroup_count;             // 0..32
     char subgroup_labels[32][64];
-    int subgroup_spin_count[32];        // 0..8
-    int subgroup_spins[32][9];          // entries 0..count-1 are spin numbers from 1
-    int subgroup_ppm_count[32];         // shifts that were given
-    double subgroup_ppm[32];            // their mean, ppm
+    int subgroup_spin_count[32]; // 0..8
+    int subgroup_spins[32][9];   // entries 0..count-1 are spin numbers from 1
+    int subgroup_ppm_count[32];  // shifts that were given
+    double subgroup_ppm[32];     // their mean, ppm
 };
 
 struct ZANPulseSectorDef {
-    int sector_type;                    // 1 normal, 2 evolution
-    int number_of_timepoints;           // 1..8192
-    int number_of_evolpoints;           // 1..8192
-    double total_duration_s;            // s
-    double offset_frequency_hz;         // Hz
+    int sector_type;            // 1 normal, 2 evolution
+    int number_of_timepoints;   // 1..8192
+    int number_of_evolpoints;   // 1..8192
+    double total_duration_s;    // s
+    double offset_frequency_hz; // Hz
     char pulse_filename[ZAN_MODEL_FILENAME_LEN];
     char remark[ZAN_MODEL_REMARK_LEN];
 };
 
 struct ZANPulseSequenceDef {
-    int sequence_type;                  // 1 spatial, 2 1D/2D NMR
-    int sector_count;                   // 0..20
-    ZANPulseSectorDef sectors[21];      // from 1
+    int sequence_type;             // 1 spatial, 2 1D/2D NMR
+    int sector_count;              // 0..20
+    ZANPulseSectorDef sectors[21]; // from 1
 };
 
 struct ZANRunConfig {
-    int ndx, ndy, ndz;                  // voxels along each axis, 1..256
-    double x0_cm, y0_cm, z0_cm;         // first voxel, cm
-    double dx_cm, dy_cm, dz_cm;         // spacing, cm, >= 0
-    double b0_tesla;                    // T
-    double receiver_carrier_ppm;        // ppm
+    int ndx, ndy, ndz;           // voxels along each axis, 1..256
+    double x0_cm, y0_cm, z0_cm;  // first voxel, cm
+    double dx_cm, dy_cm, dz_cm;  // spacing, cm, >= 0
+    double b0_tesla;             // T
+    double receiver_carrier_ppm; // ppm
     char result_filename[ZAN_MODEL_FILENAME_LEN];
     char model_name[ZAN_MODEL_FILENAME_LEN];
 };
@@ -86,8 +86,8 @@ const char *ZANModelStatusString(ZANModelStatus status);
 ZANModelStatus ZANModel_LoadText(const char *filename, ZANSpinSystemDef *spin,
                                  ZANPulseSequenceDef *seq, ZANRunConfig *cfg, char *errbuf,
                                  size_t errbufsz);
-ZANModelStatus zan_load_spin_system_text(const char *filename, ZANSpinSystemDef *spin,
-                                         char *errbuf, size_t errbufsz);
+ZANModelStatus zan_load_spin_system_text(const char *filename, ZANSpinSystemDef *spin, char *errbuf,
+                                         size_t errbufsz);
 ZANModelStatus zan_load_pulse_sequence_text(const char *filename, ZANPulseSequenceDef *seq,
                                             char *errbuf, size_t errbufsz);
 
@@ -103,8 +103,7 @@ ZANModelStatus ZANModel_ActivateInLegacyRuntime(const ZANSpinSystemDef *spin,
                                                 size_t errbufsz);
 // Runtime state -> records; subgroups, field, carrier and name are not in it.
 ZANModelStatus ZANModel_CaptureFromLegacyGlobals(ZANSpinSystemDef *spin, ZANPulseSequenceDef *seq,
-                                                 ZANRunConfig *cfg, char *errbuf,
-                                                 size_t errbufsz);
+                                                 ZANRunConfig *cfg, char *errbuf, size_t errbufsz);
 // 1 when the runtime state equals the records field by field, else 0 and the first difference.
 int zan_runtime_matches_model_def(const ZANSpinSystemDef *spin, const ZANPulseSequenceDef *seq,
                                   const ZANRunConfig *cfg, char *errbuf, size_t errbufsz);

@@ -1,0 +1,164 @@
+// zan_hamiltonians.cpp - the operators of the spin system that stands in the runtime state.
+//
+// Built from the single-spin operators of spinoperatorlib; propagation and the receiver use
+// what is left in rt. Hamiltonians are in rad/s: a frequency in Hz enters as 2·pi times it.
+
+#include "zan.h"
+
+#include <cmath>
+
+void AccumulateCMat(int n, const CMatrix *A, CMatrix *B)
+{
+    CMatAdd(n, A, B, B);
+}
+
+void Complex2FromReal(double v, Complex2 out)
+{
+    out[0] = 0.0;
+    out[COMPLEX_RE] = v;
+    out[COMPLEX_IM] = 0.0;
+}
+
+void MakeGradientOperator(void)
+{
+    static CMatrix Iz;
+    if (rt.n < 1 || rt.Nspins < 1) {
+        std::fprintf(stderr, "MakeGradientOperator: spin system not set up (n=%d, Nspins=%d)\n",
+                     rt.n, rt.Nspins);
+        return;
+    }
+    CMatZero(rt.n, &rt.Izgrad);
+    for (int k = 1; k <= rt.Nspins; k++) {
+        MakeMatrixIz(rt.Ilist, rt.ket, rt.n, k, &Iz);
+        AccumulateCMat(rt.n, &Iz, &rt.Izgrad);
+    }
+}
+
+// densmat += weight·Iz_k, Iz_k scaled to unit norm
+static void add_polarisation(int k, double weight)
+{
+    static CMatrix Iz;
+    Complex2 w;
+    Complex2FromReal(weight, w);
+    MakeMatrixIz(rt.Ilist, rt.ket, rt.n, k, &Iz);
+    NormCMatrix(rt.n, &Iz);
+    CMultCMat(rt.n, &w, &Iz, &Iz);
+    AccumulateCMat(rt.n, &Iz, &rt.densmat);
+}
+
+// Izee += 2·pi·nu·Iz_k, nu in Hz
+static void add_offset(int k, double nu)
+{
+    static CMatrix Iz;
+    MakeMatrixIz(rt.Ilist, rt.ket, rt.n, k, &Iz);
+    RMultCMat(rt.n, 2.0 * PI_CONST * nu, &Iz, &Iz);
+    AccumulateCMat(rt.n, &Iz, &rt.Izee);
+}
+
+typedef void SpinOperatorBuilder(const SpinIList &, const SpinKet &, int, int, CMatrix *);
+
+// Icoup += omega·A_i·A_j, A the operator that make builds
+static void add_product(SpinOperatorBuilder make, int i, int j, double omega)
+{
+    static CMatrix first, second;
+    make(rt.Ilist, rt.ket, rt.n, i, &first);
+    make(rt.Ilist, rt.ket, rt.n, j, &second);
+    CMatMult(rt.n, &first, &second, &first);
+    RMultCMat(rt.n, omega, &first, &first);
+    AccumulateCMat(rt.n, &first, &rt.Icoup);
+}
+
+// The coupling of one pair, J in Hz: Iz·Iz alone when weak, else the full scalar product.
+static void add_coupling(int i, int j, double J)
+{
+    const double omega = 2.0 * PI_CONST * J;
+    if (omega == 0.0)
+        return;
+    if (rt.Jexact != 1) {
+        add_product(MakeMatrixIx, i, j, omega);
+        add_product(MakeMatrixIy, i, j, omega);
+    }
+    add_product(MakeMatrixIz, i, j, omega);
+}
+
+void zan_build_transverse_totals(int norm)
+{
+    MakeTotalIx(rt.n, rt.Nspins, rt.ket, rt.Ilist, norm, &rt.Ixtot);
+    MakeTotalIy(rt.n, rt.Nspins, rt.ket, rt.Ilist, norm, &rt.Iytot);
+}
+
+static bool any_matrix_coupling(void)
+{
+    for (const auto &row : rt.jc)
+        for (double J : row)
+            if (std::fabs(J) > 0.0)
+                return true;
+    return false;
+}
+
+static void build_couplings(void)
+{
+    const bool from_matrix = any_matrix_coupling();
+    int pair = 0;
+    CMatZero(rt.n, &rt.Icoup);
+    for (int i = 1; i <= rt.Nspins; i++)
+        for (int j = i + 1; j <= rt.Nspins; j++) {
+            pair++;
+            double J = rt.jc[i][j];
+            if (!from_matrix)
+                J = pair <= rt.Jcount ? rt.couplings[pair] : 0.0;
+            rt.jc[i][j] = rt.jc[j][i] = J;
+            add_coupling(i, j, J);
+        }
+}
+
+static void take_quantum_numbers(void)
+{
+    rt.n = 1;
+    for (int k = 1; k <= ZAN_MAX_SPINS; k++)
+        rt.Ilist[k] = 0;
+    for (int k = 1; k <= rt.Nspins; k++) {
+        rt.Ilist[k] = rt.quantnum[k] > 0 ? rt.quantnum[k] : 0;
+        rt.n *= rt.Ilist[k] + 1;
+    }
+}
+
+static void print_spin_system(void)
+{
+    std::printf("\nBuildSpinSystemFromPulseSequenceGlobals()\n");
+    std::printf("  Nspins = %d\n", rt.Nspins);
+    std::printf("  n      = %d\n", rt.n);
+    for (int k = 1; k <= rt.Nspins; k++)
+        std::printf("  spin %d: quantnum=%d  Ilist=%d  relspinamp=%g  resofreq=%g Hz\n", k,
+                    rt.quantnum[k], rt.Ilist[k], rt.relspinamp[k], rt.resofreqs[k]);
+    std::printf("\n");
+}
+
+void BuildSpinSystemFromPulseSequenceGlobals(void)
+{
+    if (rt.Nspins < 1)
+        rt.Nspins = 1;
+    if (rt.Nspins > ZAN_MAX_SPINS)
+        rt.Nspins = ZAN_MAX_SPINS;
+    take_quantum_numbers();
+    if (!ZAN_GetSmokeCheckMode())
+        print_spin_system();
+
+    MakeKets(&rt.ket, &rt.Ilist);
+    CMatZero(rt.n, &rt.densmat);
+    CMatZero(rt.n, &rt.Izee);
+    for (int k = 1; k <= rt.Nspins; k++) {
+        add_polarisation(k, rt.relspinamp[k]);
+        add_offset(k, rt.resofreqs[k]);
+    }
+    build_couplings();
+    zan_build_transverse_totals(0);
+    MakeTotalIz(rt.n, rt.Nspins, rt.ket, rt.Ilist, 0, &rt.Iztot);
+    MakeGradientOperator();
+    rt.spinsystemdefined = rt.rfpulsedefined = rt.offsetsdefined = 1;
+}
+
+void ZAN_RebuildSpinSystemFromPulseSequenceGlobals(void)
+{
+    BuildSpinSystemFromPulseSequenceGlobals();
+}

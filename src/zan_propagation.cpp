@@ -1,0 +1,439 @@
+// zan_propagation.cpp - every density matrix of "dm.bin" through one sector.
+//
+// The sector at hand stands in the runtime state (zan_sequences or a pulse menu put it there);
+// propagatorlib does the numbers. The matrices stream through in batches: the next generation
+// grows in "store" and replaces "dm.bin" only when it is complete, so an interrupted run leaves
+// the last finished sector. Memory stays bounded whatever the grid.
+
+#include "zan.h"
+
+#include "binaryfilehandling.h"
+#include "consoleutil.h"
+#include "platformlib.h"
+#include "propagatorlib.h"
+
+#include <new>
+#include <unordered_map>
+
+static const int64_t BATCH_BYTES = 4 << 20;        // density matrices read at a time
+static const int64_t PROPAGATOR_BYTES = 256 << 20; // propagators kept for later voxels
+static const int64_t MAX_BATCH = 4096, MAX_KEPT = 65536;
+
+// ------------------------------------------------------------------ generations of dm.bin
+
+enum WriteResult { WRITTEN, NOT_OPENED, NO_HEADER, NO_DATA };
+
+// The finished "store" becomes "dm.bin".
+static bool close_and_replace(FilePtr store)
+{
+    const bool complete = std::fflush(store.get()) == 0 && !std::ferror(store.get());
+    if (std::fclose(store.release()) != 0 || !complete)
+        return false;
+    return plat_replace_file("store", "dm.bin");
+}
+
+// A new "dm.bin" that holds mat count times.
+static WriteResult write_copies(int type, int num1, int count, const CMatrix *mat)
+{
+    FilePtr store{std::fopen("store", "wb")};
+    if (!store)
+        return NOT_OPENED;
+    WriteResult result = WRITTEN;
+    if (WriteBinFileHeader_status(store.get(), type, num1, count) != BINFH_OK)
+        result = NO_HEADER;
+    for (int c = 0; c < count && result == WRITTEN; c++)
+        for (int row = 1; row <= rt.n; row++)
+            if (!write_cmatrix_row(store.get(), rt.n, mat, row))
+                result = NO_DATA;
+    if (result == WRITTEN && !close_and_replace(std::move(store)))
+        result = NO_DATA;
+    if (result != WRITTEN) {
+        store.reset();
+        plat_remove_file("store");
+    }
+    return result;
+}
+
+// The first generation: the equilibrium state in every voxel or row. False after a message.
+static bool initialise_dm_bin(const char *who)
+{
+    switch (write_copies(0, rt.n, rt.ndw, &rt.densmat)) {
+    case NOT_OPENED:
+        std::perror("dm.bin");
+        return false;
+    case NO_HEADER:
+        std::printf("%s: failed to write dm.bin header\n", who);
+        return false;
+    case NO_DATA:
+        std::printf("%s: write error while initializing dm.bin\n", who);
+        return false;
+    case WRITTEN:
+        break;
+    }
+    CMatZero(rt.n, &rt.densmat);
+    return true;
+}
+
+// dm.bin, positioned at the first of count matrices; empty after a message.
+static FilePtr open_dm_bin(const char *who, int count)
+{
+    FilePtr in{std::fopen("dm.bin", "rb")};
+    if (!in) {
+        std::perror("dm.bin");
+        return in;
+    }
+    int32_t type, n, ndw;
+    if (ReadBinFileHeader_status(in.get(), &type, &n, &ndw) != BINFH_OK) {
+        std::printf("%s: failed to read dm.bin header\n", who);
+        in.reset();
+    } else if (type != 0 || n != rt.n || ndw != count) {
+        std::printf("%s: dm.bin dimensions mismatch (type=%d n=%d ndw=%d), expected (0 %d %d)\n",
+                    who, type, n, ndw, rt.n, count);
+        in.reset();
+    }
+    return in;
+}
+
+// ------------------------------------------------------------------ batches of matrices
+
+struct Batch {
+    int64_t size;                   // elements of one matrix
+    int capacity;                   // matrices that fit
+    int count;                      // matrices read
+    std::unique_ptr<Complex[]> rho; // packed, capacity of them
+    std::unique_ptr<int[]> which;   // propagator of each
+};
+
+static bool make_batch(Batch *b, int total)
+{
+    b->size = (int64_t)rt.n * rt.n;
+    int64_t fits = BATCH_BYTES / (b->size * (int64_t)sizeof(Complex));
+    fits = fits < 1 ? 1 : fits > MAX_BATCH ? MAX_BATCH : fits;
+    b->capacity = (int)(fits < total ? fits : total);
+    b->rho.reset(new (std::nothrow) Complex[(size_t)(b->size * b->capacity)]);
+    b->which.reset(new (std::nothrow) int[(size_t)b->capacity]);
+    return b->rho && b->which;
+}
+
+static bool read_batch(FILE *in, int wanted, Batch *b)
+{
+    b->count = 0;
+    while (b->count < wanted && read_packed_matrix(in, rt.n, b->rho.get() + b->count * b->size))
+        b->count++;
+    return b->count == wanted;
+}
+
+// ------------------------------------------------------------------ spatial sectors
+
+// Positions differ for the sector only along axes on which it has a gradient: voxels that agree
+// there share one propagator. Propagators are kept while they fit, then all are forgotten.
+struct PropagatorCache {
+    bool along_x, along_y, along_z;
+    int capacity;
+    bool holds_all;                        // every distinct position fits
+    std::unordered_map<int64_t, int> slot; // by voxel key
+    std::unique_ptr<Complex[]> propagators;
+    std::unique_ptr<Position[]> missing; // of the batch at hand
+};
+
+static bool any_nonzero(const double *samples, int count)
+{
+    for (int k = 0; k < count; k++)
+        if (samples[k] != 0.0)
+            return true;
+    return false;
+}
+
+static bool make_cache(PropagatorCache *cache, const Batch &b)
+{
+    cache->along_x = any_nonzero(rt.gx, rt.ap);
+    cache->along_y = any_nonzero(rt.gy, rt.ap);
+    cache->along_z = any_nonzero(rt.gz, rt.ap);
+    const int64_t distinct = (int64_t)(cache->along_x ? rt.ndx : 1) *
+                             (cache->along_y ? rt.ndy : 1) * (cache->along_z ? rt.ndz : 1);
+    int64_t fits = PROPAGATOR_BYTES / (b.size * (int64_t)sizeof(Complex));
+    fits = fits > MAX_KEPT ? MAX_KEPT : fits;
+    fits = fits > distinct ? distinct : fits;
+    cache->capacity = (int)(fits < b.capacity ? b.capacity : fits);
+    cache->holds_all = distinct <= cache->capacity;
+    cache->propagators.reset(new (std::nothrow) Complex[(size_t)(b.size * cache->capacity)]);
+    cache->missing.reset(new (std::nothrow) Position[(size_t)b.capacity]);
+    return cache->propagators && cache->missing;
+}
+
+// Voxel number v from 0: z runs fastest, then y, then x.
+static int64_t voxel_key(const PropagatorCache &cache, int64_t v)
+{
+    const int64_t iz = v % rt.ndz, iy = v / rt.ndz % rt.ndy, ix = v / rt.ndz / rt.ndy;
+    return ((cache.along_x ? ix : 0) * rt.ndy + (cache.along_y ? iy : 0)) * rt.ndz +
+           (cache.along_z ? iz : 0);
+}
+
+static Position voxel_position(int64_t v)
+{
+    const int64_t iz = v % rt.ndz, iy = v / rt.ndz % rt.ndy, ix = v / rt.ndz / rt.ndy;
+    return {(double)ix * rt.dx_s + rt.x0_s, (double)iy * rt.dy_s + rt.y0_s,
+            (double)iz * rt.dz_s + rt.z0_s};
+}
+
+// Fills b->which for the voxels from first on, making the propagators that are not there yet.
+static void find_propagators(const SectorField &field, int64_t first, PropagatorCache *cache,
+                             Batch *b)
+{
+    if (!cache->holds_all && (int64_t)cache->slot.size() + b->count > cache->capacity)
+        cache->slot.clear();
+    const int known = (int)cache->slot.size();
+    int missing = 0;
+    for (int v = 0; v < b->count; v++) {
+        const auto [entry, added] =
+            cache->slot.try_emplace(voxel_key(*cache, first + v), known + missing);
+        if (added)
+            cache->missing[missing++] = voxel_position(first + v);
+        b->which[v] = entry->second;
+    }
+    SectorPropagators(field, cache->missing.get(), missing,
+                      cache->propagators.get() + known * b->size);
+}
+
+static void print_progress(int64_t voxel, int64_t voxels)
+{
+    const int64_t step = voxels > 100 ? voxels / 100 : 1;
+    if (ZAN_GetSmokeCheckMode() || (voxel != 1 && voxel != voxels && voxel % step != 0))
+        return;
+    const int64_t whole = rt.spatial_progress_sector_count * voxels;
+    const int64_t done = voxel + voxels * (rt.spatial_progress_sector - 1);
+    std::printf("[ZAN_PROGRESS] sector=%d sectors=%d voxel=%d voxels=%d percent=%d\n",
+                rt.spatial_progress_sector, rt.spatial_progress_sector_count, (int)voxel,
+                (int)voxels, whole > 0 ? (int)(done * 100 / whole) : 100);
+    std::fflush(stdout);
+}
+
+static const char *const STORE_WRITE_ERROR = "Rotate3D: write error to store";
+
+// All voxels from in to store. Null, or what went wrong.
+static const char *propagate_voxels(FILE *in, FILE *store, const SectorField &field, int voxels)
+{
+    Batch b;
+    PropagatorCache cache;
+    if (!make_batch(&b, voxels) || !make_cache(&cache, b))
+        return "Rotate3D: not enough memory";
+    for (int64_t first = 0; first < voxels; first += b.count) {
+        const int64_t left = voxels - first;
+        const bool whole = read_batch(in, (int)(left < b.capacity ? left : b.capacity), &b);
+        find_propagators(field, first, &cache, &b);
+        RotateDensities(rt.n, cache.propagators.get(), b.which.get(), b.count, b.rho.get());
+        for (int v = 0; v < b.count; v++) {
+            if (!write_packed_matrix(store, rt.n, b.rho.get() + v * b.size))
+                return STORE_WRITE_ERROR;
+            print_progress(first + v + 1, voxels);
+        }
+        if (!whole)
+            return "Rotate3D: read error from dm.bin";
+    }
+    return nullptr;
+}
+
+static SectorField field_at_hand(const CMatrix *H0)
+{
+    SectorField field = {};
+    field.n = rt.n;
+    field.H0 = H0;
+    field.Izgrad = &rt.Izgrad;
+    field.Ixtot = &rt.Ixtot;
+    field.Iytot = &rt.Iytot;
+    field.ap = rt.ap;
+    field.xb = rt.xb;
+    field.yb = rt.yb;
+    return field;
+}
+
+static void finish_sector(void)
+{
+    rt.calc++;
+    if (!ZAN_GetSmokeCheckMode())
+        std::printf("\n");
+}
+
+static void rotate_3d_through_store(FilePtr in, int voxels)
+{
+    static CMatrix H0;
+    FilePtr store{std::fopen("store", "wb")};
+    if (!store) {
+        std::perror("store");
+        ConsolePause();
+        return;
+    }
+    CMatAdd(rt.n, &rt.Izee, &rt.Icoup, &H0);
+    SectorField field = field_at_hand(&H0);
+    field.tau = rt.h;
+    field.gx = rt.gx;
+    field.gy = rt.gy;
+    field.gz = rt.gz;
+    field.offset = rt.statoff_s;
+
+    const char *failure = "Rotate3D: failed to write store header";
+    if (WriteBinFileHeader_status(store.get(), 0, rt.n, voxels) == BINFH_OK)
+        failure = propagate_voxels(in.get(), store.get(), field, voxels);
+    in.reset();
+    if (!failure && std::fflush(store.get()) != 0)
+        failure = STORE_WRITE_ERROR;
+    if (failure) {
+        store.reset();
+        plat_remove_file("store");
+        std::puts(failure);
+        if (failure != STORE_WRITE_ERROR)
+            ConsolePause();
+        return;
+    }
+    if (!close_and_replace(std::move(store))) {
+        std::perror("rename(store->dm.bin)");
+        plat_remove_file("store");
+        return;
+    }
+    finish_sector();
+}
+
+void Rotate3D(void)
+{
+    const int voxels = rt.ndx * rt.ndy * rt.ndz;
+    if (rt.pulseflag == 2) {
+        std::puts(">>>> NO RF-PULSE DEFINED ERROR <<<<");
+        ConsolePause();
+        return;
+    }
+    if (rt.calc == 0) {
+        rt.ndw = voxels;
+        if (!initialise_dm_bin("Rotate3D")) {
+            ConsolePause();
+            return;
+        }
+    }
+    FilePtr in = open_dm_bin("Rotate3D", voxels);
+    if (!in) {
+        ConsolePause();
+        return;
+    }
+    rotate_3d_through_store(std::move(in), voxels);
+}
+
+// ------------------------------------------------------------------ 1D/2D sectors
+
+// The first row of a dm.bin with another number of rows becomes every row of a new one.
+static bool resize_dm_bin(void)
+{
+    FilePtr old{std::fopen("dm.bin", "rb")};
+    int32_t type, n, rows;
+    if (!old || ReadBinFileHeader_status(old.get(), &type, &n, &rows) != BINFH_OK || rows == rt.ndw)
+        return true;
+    for (int row = 1; row <= rt.n; row++)
+        if (!read_cmatrix_row(old.get(), rt.n, &rt.densmat, row))
+            return true;
+    old.reset();
+    switch (write_copies(type, n, rt.ndw, &rt.densmat)) {
+    case NOT_OPENED:
+        std::perror("store");
+        return false;
+    case NO_HEADER:
+    case NO_DATA:
+        std::puts("Rotate2D: write error while resizing dm.bin");
+        return false;
+    case WRITTEN:
+        break;
+    }
+    return true;
+}
+
+// Every row its own propagator: row w (from 1) evolves for w - 1 steps, row 1 not at all.
+static void find_evolution_propagators(SectorField field, double dt, int first, const Batch &b,
+                                       Complex *propagators)
+{
+    const Position origin = {0.0, 0.0, 0.0};
+    for (int v = 0; v < b.count; v++) {
+        field.tau = (first + v) * dt;
+        SectorPropagators(field, &origin, 1, propagators + v * b.size);
+        b.which[v] = v;
+    }
+}
+
+static void find_normal_propagator(SectorField field, double dt, const Batch &b,
+                                   Complex *propagator)
+{
+    const Position origin = {0.0, 0.0, 0.0};
+    field.tau = dt;
+    SectorPropagators(field, &origin, 1, propagator);
+    for (int v = 0; v < b.capacity; v++)
+        b.which[v] = 0;
+}
+
+static const char *propagate_rows(FILE *in, FILE *store, const SectorField &field, bool evolves,
+                                  double dt)
+{
+    Batch b;
+    if (!make_batch(&b, rt.ndw))
+        return "Rotate2D: not enough memory";
+    const int64_t kept = evolves ? b.capacity : 1;
+    const std::unique_ptr<Complex[]> propagators{new (std::nothrow)
+                                                     Complex[(size_t)(b.size * kept)]};
+    if (!propagators)
+        return "Rotate2D: not enough memory";
+    if (!evolves)
+        find_normal_propagator(field, dt, b, propagators.get());
+    for (int first = 0; first < rt.ndw; first += b.count) {
+        const int left = rt.ndw - first;
+        const bool whole = read_batch(in, left < b.capacity ? left : b.capacity, &b);
+        if (evolves)
+            find_evolution_propagators(field, dt, first, b, propagators.get());
+        RotateDensities(rt.n, propagators.get(), b.which.get(), b.count, b.rho.get());
+        for (int v = 0; v < b.count; v++) {
+            if (!write_packed_matrix(store, rt.n, b.rho.get() + v * b.size))
+                return "Rotate2D: write error to store";
+            if (!ZAN_GetSmokeCheckMode()) {
+                std::printf("*");
+                std::fflush(stdout);
+            }
+        }
+        if (!whole)
+            return "Rotate2D: read error from dm.bin";
+    }
+    return nullptr;
+}
+
+static void rotate_2d_through_store(FilePtr in, bool evolves, double dt, double offset)
+{
+    static CMatrix H0;
+    FilePtr store{std::fopen("store", "wb")};
+    if (!store) {
+        std::perror("dm.bin"); // names the file that cannot get its next generation
+        return;
+    }
+    CMatAdd(rt.n, &rt.Izee, &rt.Icoup, &H0);
+    SectorField field = field_at_hand(&H0);
+    field.offset = offset;
+
+    const char *failure = "Rotate2D: write error to store";
+    if (WriteBinFileHeader_status(store.get(), 0, rt.n, rt.ndw) == BINFH_OK)
+        failure = propagate_rows(in.get(), store.get(), field, evolves, dt);
+    in.reset();
+    if (!failure && !close_and_replace(std::move(store)))
+        failure = "Rotate2D: failed to copy store to dm.bin";
+    if (failure) {
+        store.reset();
+        plat_remove_file("store");
+        std::puts(failure);
+        return;
+    }
+    finish_sector();
+}
+
+void Rotate2D_internal(int sector_type, double dt, double offset)
+{
+    if (rt.pulseflag == 2) {
+        std::puts(">>>> NO RF-PULSE DEFINED ERROR <<<<");
+        return;
+    }
+    if (rt.calc == 0 ? !initialise_dm_bin("Rotate2D") : !resize_dm_bin())
+        return;
+    FilePtr in = open_dm_bin("Rotate2D", rt.ndw);
+    if (in)
+        rotate_2d_through_store(std::move(in), sector_type == 2, dt, offset);
+}
