@@ -43,7 +43,8 @@ static std::string padded_root(const std::string &base, size_t build_dir_length)
     while (root.size() + 1 < length) {
         const size_t room = length - root.size() - 1;
         // Never leave room for a separator alone.
-        root += "/" + std::string(room <= 200 ? room : room == 201 ? 100 : 200, 'p');
+        root += '/';
+        root.append(room <= 200 ? room : room == 201 ? 100 : 200, 'p');
     }
     return root;
 }
@@ -172,7 +173,8 @@ static std::string replaced(std::string text, const std::string &from, const std
 std::string normalized(const Tree &tree, const ProgramResult &result, const std::string &text)
 {
     // The process id counts only where it ends a directory's name: alone it may be any number.
-    const std::string pid = "_" + std::to_string(result.pid);
+    std::string pid = "_";
+    pid += std::to_string(result.pid);
     return replaced(replaced(text, tree.root, "<TREE>"), pid, "_<PID>");
 }
 
