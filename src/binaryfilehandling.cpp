@@ -291,9 +291,6 @@ binfh_status copy_file_complete(const char *src, const char *dst)
     if (!in) {
         return io_error("fopen(src)");
     }
-    if (is_same_file(src, dst)) {
-        return BINFH_OK;
-    }
     OutputFile out;
     if (!open_output(&out, dst, "wb")) {
         return io_error("fopen(dst)");
