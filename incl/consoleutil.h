@@ -7,6 +7,19 @@
 void ConsoleClearHome(void);
 void ScreenMode(int mode); // 3 clears the console; every other mode does nothing
 
+// Numbers are read in scanf's manner: blanks and line ends before them are skipped, what follows
+// stays for the next read, so answers may be typed ahead on one line. False when no number
+// stands there (it stays unread) or at end of input. After 100 failed reads in a row at end of
+// input the program ends as by its menu's exit.
+bool ConsoleReadInt(int *value);
+bool ConsoleReadDouble(double *value);
+// A word without blanks, cut to size - 1 characters.
+bool ConsoleReadWord(char *word, size_t size);
+// Drops the unread rest of a line of which something was read; nothing after a whole line.
+void ConsoleDropLine(void);
+void ConsoleDropCharacter(void);
+bool ConsoleAtEnd(void); // the last read met the end of input
+
 // One line of standard input without its line end (LF or CR LF), cut to size - 1 characters;
 // the rest of a longer line is dropped. False at end of input with nothing read.
 bool ConsoleReadLine(char *line, size_t size);
