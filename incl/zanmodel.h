@@ -91,6 +91,14 @@ ZANModelStatus zan_load_spin_system_text(const char *filename, ZANSpinSystemDef 
 ZANModelStatus zan_load_pulse_sequence_text(const char *filename, ZANPulseSequenceDef *seq,
                                             char *errbuf, size_t errbufsz);
 
+// ---- saving (zanmodel_save.cpp) ----
+// Writes filename, and beside its directory spin-systems/NAME.zanspin and
+// sequences/NAME/NAME.zanseq, NAME the model's name. b0_tesla, receiver_carrier_ppm and the
+// subgroups are not written.
+ZANModelStatus ZANModel_SaveText(const char *filename, const ZANSpinSystemDef *spin,
+                                 const ZANPulseSequenceDef *seq, const ZANRunConfig *cfg,
+                                 char *errbuf, size_t errbufsz);
+
 // ---- runtime state (zanmodel_runtime.cpp) ----
 // Records -> runtime state, operators rebuilt. A model that fails validation changes nothing.
 ZANModelStatus ZANModel_ApplyToLegacyGlobals(const ZANSpinSystemDef *spin,
@@ -104,6 +112,10 @@ ZANModelStatus ZANModel_ActivateInLegacyRuntime(const ZANSpinSystemDef *spin,
 // Runtime state -> records; subgroups, field, carrier and name are not in it.
 ZANModelStatus ZANModel_CaptureFromLegacyGlobals(ZANSpinSystemDef *spin, ZANPulseSequenceDef *seq,
                                                  ZANRunConfig *cfg, char *errbuf, size_t errbufsz);
+ZANModelStatus ZANModel_SaveCurrentLegacyStateToText(const char *path, char *errbuf,
+                                                     size_t errbufsz);
+ZANModelStatus ZANModel_LoadCurrentLegacyStateFromText(const char *path, char *errbuf,
+                                                       size_t errbufsz);
 // 1 when the runtime state equals the records field by field, else 0 and the first difference.
 int zan_runtime_matches_model_def(const ZANSpinSystemDef *spin, const ZANPulseSequenceDef *seq,
                                   const ZANRunConfig *cfg, char *errbuf, size_t errbufsz);

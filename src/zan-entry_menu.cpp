@@ -103,13 +103,15 @@ void export_loaded_zan_model(void)
     if (!prompt_export_model_path(path, sizeof path))
         return;
 
-    ShellModel model;
-    const ZANModelStatus status = ZANModel_CaptureFromLegacyGlobals(
-        &model.spin, &model.seq, &model.cfg, model.error, sizeof model.error);
-    if (status == ZAN_MODEL_OK)
-        std::puts("\n[ZAN] Export failed: saving is not part of this version yet.");
-    else
-        report_export_failure(status, model.error, path);
+    char error[512] = "";
+    const ZANModelStatus status =
+        ZANModel_SaveCurrentLegacyStateToText(path, error, sizeof error);
+    if (status == ZAN_MODEL_OK) {
+        set_loaded_model_path(path);
+        std::printf("\n[ZAN] Exported current state to %s\n", path);
+    } else {
+        report_export_failure(status, error, path);
+    }
     wait_to_return_to_menu();
 }
 

@@ -16,6 +16,7 @@
 #define ZAN_PRINTF_FORMAT(text, first) __attribute__((format(printf, text, first)))
 #endif
 
+enum { SAVE_PATH_LEN = 1024 }; // longest path that the writer makes
 enum { ZAN_MODEL_SPIN_CAP = 8, ZAN_MODEL_SUBGROUP_CAP = 32 };
 
 // ---- records (zanmodel.cpp) ----
@@ -64,6 +65,18 @@ bool zan_resolve_sector_pulse_path(const char *sequence_filename, const char *st
 void zan_set_sector_pulse_resolution_error(int line, int sector, const char *stored,
                                            const char *sequence_filename, char *errbuf,
                                            size_t errbufsz);
+
+// Slashes for backslashes.
+std::string zan_normalize_saved_path(const std::string &path);
+// What follows prefix and its slashes when path begins with it as a directory, letter case, "."
+// and ".." aside. The tail is in lower case, and so is every path that the writer shortens.
+bool zan_tail_after_prefix(const std::string &path, const std::string &prefix, std::string *tail);
+// A stored name as the writer puts it into a file, seen from the directory of model_filename:
+// 1, or 0 for an empty name or one that does not fit.
+int zan_make_portable_sector_pulse_path(const char *model_filename, const char *pulse_filename,
+                                        char *out, size_t outsz);
+int zan_make_portable_result_path(const char *model_filename, const char *result_filename,
+                                  char *out, size_t outsz);
 
 // ---- grammar of the text files (zanmodel_text.cpp) ----
 

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
+#include <vector>
 
 static bool is_separator(char c)
 {
@@ -186,4 +187,92 @@ void zan_set_sector_pulse_resolution_error(int line, int sector, const char *sto
     }
     set_error(errbuf, errbufsz, "line %d: sector_pulsefile for sector %d not found; %s", line,
               sector, describe_search(stored, sequence_filename).c_str());
+}
+
+// ---- paths as the writer stores them ----
+
+std::string zan_normalize_saved_path(const std::string &path)
+{
+    std::string slashed = path;
+    std::replace(slashed.begin(), slashed.end(), '\\', '/');
+    return slashed;
+}
+
+// "." and ".." taken out as text, slashes only, lower case: what two spellings are compared by.
+static std::string comparable(const std::string &path)
+{
+    std::vector<std::string> parts;
+    std::string part;
+    const std::string slashed = zan_normalize_saved_path(path);
+    for (const char c : slashed + "/") {
+        if (c != '/') {
+            part += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+            continue;
+        }
+        if (part == ".." && !parts.empty() && parts.back() != "..")
+            parts.pop_back();
+        else if (!part.empty() && part != ".")
+            parts.push_back(part);
+        part.clear();
+    }
+    std::string joined = slashed[0] == '/' ? "/" : "";
+    for (const std::string &p : parts)
+        joined += (&p == &parts.front() ? "" : "/") + p;
+    return joined;
+}
+
+bool zan_tail_after_prefix(const std::string &path, const std::string &prefix, std::string *tail)
+{
+    const std::string whole = comparable(path), start = comparable(prefix);
+    if (start.empty() || whole.compare(0, start.size(), start) != 0)
+        return false;
+    if (whole.size() > start.size() && whole[start.size()] != '/' && start.back() != '/')
+        return false;
+    const size_t rest = whole.find_first_not_of('/', start.size());
+    *tail = rest == std::string::npos ? "" : whole.substr(rest);
+    return true;
+}
+
+static int copy_portable(const std::string &path, char *out, size_t outsz)
+{
+    if (path.size() >= outsz)
+        return 0;
+    std::memcpy(out, path.c_str(), path.size() + 1);
+    return 1;
+}
+
+// path seen from dir when it lies in it or beside it, else as it stands.
+static std::string relative_to(const std::string &dir, const char *path)
+{
+    std::string tail;
+    if (zan_tail_after_prefix(path, dir, &tail))
+        return tail;
+    if (zan_tail_after_prefix(path, dir + "/..", &tail))
+        return "../" + tail;
+    return zan_normalize_saved_path(path);
+}
+
+int zan_make_portable_sector_pulse_path(const char *model_filename, const char *pulse_filename,
+                                        char *out, size_t outsz)
+{
+    if (pulse_filename[0] == '\0')
+        return 0;
+    if (!zan_is_absolute_path(pulse_filename))
+        return copy_portable(zan_normalize_saved_path(pulse_filename), out, outsz);
+    return copy_portable(relative_to(zan_directory_of(model_filename), pulse_filename), out, outsz);
+}
+
+int zan_make_portable_result_path(const char *model_filename, const char *result_filename,
+                                  char *out, size_t outsz)
+{
+    std::string results, tail;
+    if (result_filename[0] == '\0')
+        return 0;
+    if (!zan_is_absolute_path(result_filename))
+        return copy_portable(zan_normalize_saved_path(result_filename), out, outsz);
+    if (zan_run_results_dir(&results) && zan_tail_after_prefix(result_filename, results, &tail) &&
+        !tail.empty() && tail.find('/') == std::string::npos)
+        return copy_portable(tail, out, outsz);
+    return copy_portable(relative_to(zan_directory_of(model_filename), result_filename), out,
+                         outsz);
 }

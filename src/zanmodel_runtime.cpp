@@ -353,3 +353,52 @@ int zan_runtime_matches_model_def(const ZANSpinSystemDef *spin, const ZANPulseSe
                ? 1
                : 0;
 }
+
+// ------------------------------------------------------------------- files <-> runtime state
+
+namespace {
+struct ModelRecords {
+    ZANSpinSystemDef spin;
+    ZANPulseSequenceDef seq;
+    ZANRunConfig cfg;
+};
+} // namespace
+
+static void init_records(ModelRecords *m)
+{
+    ZANSpinSystemDef_Init(&m->spin);
+    ZANPulseSequenceDef_Init(&m->seq);
+    ZANRunConfig_Init(&m->cfg);
+}
+
+ZANModelStatus ZANModel_SaveCurrentLegacyStateToText(const char *path, char *errbuf,
+                                                     size_t errbufsz)
+{
+    static ModelRecords m;
+    if (!path || path[0] == '\0') {
+        set_error(errbuf, errbufsz, "output path must be non-empty");
+        return ZAN_MODEL_ERR_NULLPTR;
+    }
+    init_records(&m);
+    const ZANModelStatus status =
+        ZANModel_CaptureFromLegacyGlobals(&m.spin, &m.seq, &m.cfg, errbuf, errbufsz);
+    if (status != ZAN_MODEL_OK)
+        return status;
+    return ZANModel_SaveText(path, &m.spin, &m.seq, &m.cfg, errbuf, errbufsz);
+}
+
+ZANModelStatus ZANModel_LoadCurrentLegacyStateFromText(const char *path, char *errbuf,
+                                                       size_t errbufsz)
+{
+    static ModelRecords m;
+    if (!path || path[0] == '\0') {
+        set_error(errbuf, errbufsz, "input path must be non-empty");
+        return ZAN_MODEL_ERR_NULLPTR;
+    }
+    init_records(&m);
+    const ZANModelStatus status =
+        ZANModel_LoadText(path, &m.spin, &m.seq, &m.cfg, errbuf, errbufsz);
+    if (status != ZAN_MODEL_OK)
+        return status;
+    return ZANModel_ActivateInLegacyRuntime(&m.spin, &m.seq, &m.cfg, errbuf, errbufsz);
+}
