@@ -128,6 +128,20 @@ void ZAN_RebuildSpinSystemFromPulseSequenceGlobals(void);
 // norm; norm 0, the physical sums, for everything else.
 void zan_build_transverse_totals(int norm);
 
+// ---------------------------------------------- spin system dialogs (zan_spin_dialogs.cpp)
+
+void Ispins(void);             // asks until the spins make 1..256 states
+void SetupSpins(void);         // Ispins, basis and totals; sets spinsystemdefined
+void MakeBoltzmann(void);      // asks intensities, builds densmat
+void MakeZeeman(void);         // asks offsets, builds Izee
+void SpinSpinCoupling(void);   // asks mode and couplings, builds Icoup
+void RedefineSpinSystem(void); // all of them; sets systemset
+// The same values from an open text file; null does nothing.
+void NonIntIspins(FILE *in);
+void NonIntMakeBoltzmann(FILE *in);
+void NonIntMakeZeeman(FILE *in);
+void NonIntSpinSpinCoupling(FILE *in);
+
 // ------------------------------------------------------- waveform files (zan_waveforms.cpp)
 
 // The first n samples into rt.xb, rt.yb (and gx, gy, gz): 1, or 0 for an empty name, a count
@@ -162,6 +176,24 @@ void create_norm_operator_spinhalf(int n, int N, const SpinIList &Ilist, const S
 // A sum of products such as "IxSz + Iz", scaled to unit norm: 1, or 0 (spins 1/2 only).
 int create_operator_expression_spinhalf(int n, int N, const SpinIList &Ilist, const SpinKet &ket,
                                         const char *expression, CMatrix *out);
+
+// --------------------------------------- operator dialogs (zan_operator_dialogs.cpp)
+
+// Operator number: base 4, spin 1 least significant, digits 0 e, 1 x, 2 y, 3 z.
+void decimal_to_base4_symbols(int value, int N, char *out);                     // N + 1 chars
+void format_operator_label(const char *symbols, int N, char *buf, size_t size); // "IXSZ"
+void create_operator_from_list(int n, int N, const SpinIList &Ilist, const SpinKet &ket,
+                               CMatrix *out);
+void manual_expectation_operator(int n, int N, const SpinIList &Ilist, const SpinKet &ket,
+                                 CMatrix *out);
+void ExpectationOperator(int n, int N, const SpinIList &Ilist, const SpinKet &ket, CMatrix *out);
+void ZANDefineCurrentExpectationOperatorInteractive(void);                 // into Istat
+int ZANDefineCurrentExpectationOperatorExpression(const char *expression); // 1, or 0 (Istat kept)
+
+// ------------------------------------------- expectation table (zan_expectation_table.cpp)
+
+void CalcExpVal(void);     // menu
+void ExpValNDensMat(void); // asks operator, format and name; one line per matrix of "dm.bin"
 
 // ------------------------------------------------------- result files (zan_profiles.cpp)
 
@@ -199,9 +231,16 @@ int zan_is_power_of_two_int(int v);
 int zan_try_slow_band_split_config(ZANSlowBandSplitConfig *out); // 1 when found
 int zan_current_sequence_is_pulse_acquire_fid(void);
 
-// -------------------------------------------------------------- menus, filled step by step
+// ---------------------------------------------------------------- status (zan_status.cpp)
+
+void PrintNonInteractiveStatus(void); // with what keeps the model from running
+void PrintPrepareStatus(void);
+void PrintCurrentModelSummary(void);
+
+// ------------------------------------- menus (zan_menus.cpp) and grid (zan_grid_dialog.cpp)
 
 void ZANPrepareMenu(void);
 void LiouvilleNonInteractive(void);
+void DefineSpatialSimulationDomain(void);
 
 #endif

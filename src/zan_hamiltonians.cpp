@@ -3,7 +3,7 @@
 // Built from the single-spin operators of spinoperatorlib; propagation and the receiver use
 // what is left in rt. Hamiltonians are in rad/s: a frequency in Hz enters as 2·pi times it.
 
-#include "zan.h"
+#include "zan_internal.h"
 
 #include <cmath>
 
@@ -34,8 +34,7 @@ void MakeGradientOperator(void)
     }
 }
 
-// densmat += weight·Iz_k, Iz_k scaled to unit norm
-static void add_polarisation(int k, double weight)
+void zan_add_polarisation(int k, double weight)
 {
     static CMatrix Iz;
     Complex2 w;
@@ -46,8 +45,7 @@ static void add_polarisation(int k, double weight)
     AccumulateCMat(rt.n, &Iz, &rt.densmat);
 }
 
-// Izee += 2·pi·nu·Iz_k, nu in Hz
-static void add_offset(int k, double nu)
+void zan_add_offset(int k, double nu)
 {
     static CMatrix Iz;
     MakeMatrixIz(rt.Ilist, rt.ket, rt.n, k, &Iz);
@@ -68,13 +66,12 @@ static void add_product(SpinOperatorBuilder make, int i, int j, double omega)
     AccumulateCMat(rt.n, &first, &rt.Icoup);
 }
 
-// The coupling of one pair, J in Hz: Iz·Iz alone when weak, else the full scalar product.
-static void add_coupling(int i, int j, double J)
+void zan_add_coupling(int i, int j, double J, bool weak)
 {
     const double omega = 2.0 * PI_CONST * J;
     if (omega == 0.0)
         return;
-    if (rt.Jexact != 1) {
+    if (!weak) {
         add_product(MakeMatrixIx, i, j, omega);
         add_product(MakeMatrixIy, i, j, omega);
     }
@@ -108,7 +105,7 @@ static void build_couplings(void)
             if (!from_matrix)
                 J = pair <= rt.Jcount ? rt.couplings[pair] : 0.0;
             rt.jc[i][j] = rt.jc[j][i] = J;
-            add_coupling(i, j, J);
+            zan_add_coupling(i, j, J, rt.Jexact == 1);
         }
 }
 
@@ -148,8 +145,8 @@ void BuildSpinSystemFromPulseSequenceGlobals(void)
     CMatZero(rt.n, &rt.densmat);
     CMatZero(rt.n, &rt.Izee);
     for (int k = 1; k <= rt.Nspins; k++) {
-        add_polarisation(k, rt.relspinamp[k]);
-        add_offset(k, rt.resofreqs[k]);
+        zan_add_polarisation(k, rt.relspinamp[k]);
+        zan_add_offset(k, rt.resofreqs[k]);
     }
     build_couplings();
     zan_build_transverse_totals(0);

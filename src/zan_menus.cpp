@@ -1,14 +1,158 @@
-// zan_menus.cpp - the console menus of the engine.
+// zan_menus.cpp - the console menus: prepare a model, run and analyse it, and the older
+// stand-alone menu of single steps. Each choice is one call.
 
 #include "zan.h"
 
+#include "consoleutil.h"
+#include "zan-entry.h"
+
+static void not_yet(const char *what)
+{
+    std::printf("[ZAN] %s is not part of this version yet.\n", what);
+}
+
+// A menu's number with the rest of its line; false (the menu ends) when it is no number.
+static bool read_choice(int *choice)
+{
+    const bool read = ConsoleReadInt(choice);
+    ConsoleDropLine();
+    return read;
+}
+
+// ------------------------------------------------------------------ prepare / edit
+
+static void print_prepare_menu(void)
+{
+    ScreenMode(3);
+    std::printf("========================================\n");
+    std::printf(" Prepare / Edit Current Model\n");
+    std::printf("========================================\n\n");
+    ZANPrintCurrentModelFileHint();
+    std::printf("\n");
+    PrintPrepareStatus();
+    std::printf("Options:\n\n");
+    std::printf("  1. Define / redefine spin system\n");
+    std::printf("  2. Define spatial simulation domain (for spatially resolved sequences)\n");
+    std::printf("  3. Choose sequence family and compose / edit pulse sequence\n");
+    std::printf("  4. Show current model summary\n");
+    std::printf("  5. Save current model now (.zanmodel)\n");
+    std::printf("  6. Back\n\n");
+    std::printf("Your choice [1..6] : ");
+}
+
+static void compose_sequence(void)
+{
+    if (rt.Nspins < 1) {
+        std::printf("No spin system is currently prepared.\n");
+        std::printf("Define or import a model first.\n");
+        return;
+    }
+    not_yet("The sequence composer");
+}
+
+static void prepare_action(int choice)
+{
+    switch (choice) {
+    case 1:
+        RedefineSpinSystem();
+        break;
+    case 2:
+        DefineSpatialSimulationDomain();
+        break;
+    case 3:
+        compose_sequence();
+        break;
+    case 4:
+        PrintCurrentModelSummary();
+        break;
+    case 5:
+        ZANExportCurrentModelInteractive();
+        break;
+    default:
+        std::printf("Unknown choice.\n");
+        break;
+    }
+}
+
 void ZANPrepareMenu(void)
 {
-    std::puts("[ZAN] The prepare menu is not part of this version yet; write the model files by "
-              "hand and import them.");
+    int choice;
+    for (;;) {
+        print_prepare_menu();
+        if (!read_choice(&choice))
+            return;
+        std::printf("\n");
+        if (choice == 6)
+            return;
+        prepare_action(choice);
+        ConsoleDropLine();
+        std::printf("Press Enter to continue...");
+        ConsolePause();
+    }
+}
+
+// ------------------------------------------------------------------ run / analyse
+
+static void print_run_menu(void)
+{
+    ScreenMode(3);
+    std::printf("****************************************************\n");
+    std::printf("***         Run / Analyze Current Model         ***\n");
+    std::printf("****************************************************\n\n");
+    ZANPrintCurrentModelFileHint();
+    std::printf("\n");
+    PrintNonInteractiveStatus();
+    std::printf("Options:\n\n");
+    std::printf("  1. Choose sequence family and compose / edit pulse sequence\n");
+    std::printf("  2. Run current prepared model\n");
+    std::printf("  3. Calculate expectation values\n");
+    std::printf("  4. Calculate spectra\n");
+    std::printf("  5. Optimize one RF sector in current 1D/2D sequence\n");
+    std::printf("  6. Save current model now (.zanmodel)\n");
+    std::printf("  7. Back\n\n");
+    std::printf("Your choice [1..7] : ");
+}
+
+static void run_action(int choice)
+{
+    switch (choice) {
+    case 1:
+        not_yet("The sequence composer");
+        break;
+    case 2:
+        RunCurrentPreparedModel();
+        break;
+    case 3:
+        CalcExpVal();
+        break;
+    case 4:
+        not_yet("The spectrum analysis");
+        break;
+    case 5:
+        not_yet("The sector optimization");
+        break;
+    case 6:
+        ZANExportCurrentModelInteractive();
+        break;
+    default:
+        std::printf("Unknown choice.\n");
+        break;
+    }
 }
 
 void LiouvilleNonInteractive(void)
 {
-    std::puts("[ZAN] The run menu is not part of this version yet; use --run-model.");
+    int choice;
+    for (;;) {
+        print_run_menu();
+        if (!read_choice(&choice))
+            return;
+        std::printf("\n");
+        if (choice == 7)
+            return;
+        run_action(choice);
+        ConsoleDropLine();
+        std::printf("\nPress Enter to continue...");
+        ConsolePause();
+    }
 }
