@@ -362,6 +362,7 @@ TEST(SectorPulseFile, NamesTheCandidatesThatWereTried)
     char rf_output[256];
     ASSERT_TRUE(ZAN_GetDefaultRFOutputDir(rf_output, sizeof rf_output));
     const std::string seq_dir = dir.file("seq") + plat_separator;
+    dir.write("seq/waveforms/w/no.bin", "x"); // only bare names are looked for in there
     const std::string rf_dir = std::string(rf_output) + plat_separator;
     dir.make_dir("seq/folder.bin");
 
