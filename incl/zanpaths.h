@@ -18,7 +18,8 @@ int ZAN_GetDefaultRFInputDir(char *out, size_t outsz);
 // dir, a separator unless dir is empty or ends in one, leafname.
 int ZAN_BuildPath(char *out, size_t outsz, const char *dir, const char *leafname);
 
-// Cuts path at its last backslash, else its last slash; fails without either.
+// Cuts path at its last backslash, else its last slash; fails without either. The root's own
+// separator stays.
 int ZAN_ParentDir(char *path);
 
 #endif

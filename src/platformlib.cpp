@@ -1,0 +1,352 @@
+// platformlib.cpp - the operating system: paths, directories, process, console.
+//
+// The Windows half comes first, then the Linux half; each ends in list_entries(). What both
+// share, built on those, stands at the end. No other file asks which system it is.
+#include "platformlib.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+
+#ifdef _WIN32
+
+#include <direct.h>
+#include <io.h>
+#include <process.h>
+#include <windows.h>
+
+const char plat_separator = '\\';
+
+void plat_startup(void)
+{
+    plat_console_utf8();
+}
+
+bool plat_executable_path(std::string *path)
+{
+    char buffer[MAX_PATH];
+    const DWORD length = GetModuleFileNameA(nullptr, buffer, MAX_PATH);
+    if (length == 0 || length >= MAX_PATH) {
+        errno = ENAMETOOLONG;
+        return false;
+    }
+    path->assign(buffer, length);
+    return true;
+}
+
+unsigned long plat_process_id(void)
+{
+    return static_cast<unsigned long>(_getpid());
+}
+
+static int make_one_dir(const char *path)
+{
+    return _mkdir(path);
+}
+
+bool plat_change_dir(const char *path)
+{
+    return _chdir(path) == 0;
+}
+
+bool plat_current_dir(std::string *path)
+{
+    char *text = _getcwd(nullptr, 0);
+    if (!text)
+        return false;
+    *path = text;
+    std::free(text);
+    return true;
+}
+
+static bool has_attributes(const char *path, DWORD mask, DWORD wanted)
+{
+    const DWORD attributes = GetFileAttributesA(path);
+    return attributes != INVALID_FILE_ATTRIBUTES && (attributes & mask) == wanted;
+}
+
+bool plat_is_dir(const char *path)
+{
+    return has_attributes(path, FILE_ATTRIBUTE_DIRECTORY, FILE_ATTRIBUTE_DIRECTORY);
+}
+
+bool plat_is_regular_file(const char *path)
+{
+    return has_attributes(path, FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT, 0);
+}
+
+bool plat_exists(const char *path)
+{
+    return has_attributes(path, 0, 0);
+}
+
+static int errno_of(DWORD error)
+{
+    switch (error) {
+    case ERROR_FILE_NOT_FOUND:
+    case ERROR_PATH_NOT_FOUND:
+        return ENOENT;
+    case ERROR_ACCESS_DENIED:
+    case ERROR_SHARING_VIOLATION:
+        return EACCES;
+    case ERROR_DISK_FULL:
+        return ENOSPC;
+    default:
+        return EIO;
+    }
+}
+
+bool plat_replace_file(const char *from, const char *to)
+{
+    if (MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING))
+        return true;
+    errno = errno_of(GetLastError());
+    return false;
+}
+
+bool plat_remove_file(const char *path)
+{
+    return _unlink(path) == 0;
+}
+
+bool plat_console_is_input(void)
+{
+    return _isatty(_fileno(stdin)) != 0;
+}
+
+void plat_console_clear(void)
+{
+    std::fflush(stdout);
+    const HANDLE console = GetStdHandle(STD_OUTPUT_HANDLE);
+    CONSOLE_SCREEN_BUFFER_INFO info;
+    if (!console || console == INVALID_HANDLE_VALUE || !GetConsoleScreenBufferInfo(console, &info))
+        return;
+    const COORD home = {0, 0};
+    const DWORD cells = static_cast<DWORD>(info.dwSize.X) * static_cast<DWORD>(info.dwSize.Y);
+    DWORD written = 0;
+    FillConsoleOutputCharacterA(console, ' ', cells, home, &written);
+    FillConsoleOutputAttribute(console, info.wAttributes, cells, home, &written);
+    SetConsoleCursorPosition(console, home);
+}
+
+void plat_console_utf8(void)
+{
+    SetConsoleOutputCP(65001);
+}
+
+static std::vector<std::string> list_entries(const std::string &dir)
+{
+    std::vector<std::string> names;
+    WIN32_FIND_DATAA entry;
+    const HANDLE search = FindFirstFileA((dir + "\\*").c_str(), &entry);
+    if (search == INVALID_HANDLE_VALUE)
+        return names;
+    do {
+        names.emplace_back(entry.cFileName);
+    } while (FindNextFileA(search, &entry));
+    FindClose(search);
+    return names;
+}
+
+#else // Linux
+
+#include <dirent.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+const char plat_separator = '/';
+
+void plat_startup(void)
+{
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+bool plat_executable_path(std::string *path)
+{
+    std::vector<char> buffer(256);
+    for (;;) {
+        const ssize_t length = readlink("/proc/self/exe", buffer.data(), buffer.size());
+        if (length < 0)
+            return false;
+        if (static_cast<size_t>(length) < buffer.size()) {
+            path->assign(buffer.data(), static_cast<size_t>(length));
+            return true;
+        }
+        buffer.resize(2 * buffer.size());
+    }
+}
+
+unsigned long plat_process_id(void)
+{
+    return static_cast<unsigned long>(getpid());
+}
+
+static int make_one_dir(const char *path)
+{
+    return mkdir(path, 0777);
+}
+
+bool plat_change_dir(const char *path)
+{
+    return chdir(path) == 0;
+}
+
+bool plat_current_dir(std::string *path)
+{
+    char *text = getcwd(nullptr, 0);
+    if (!text)
+        return false;
+    *path = text;
+    std::free(text);
+    return true;
+}
+
+bool plat_is_dir(const char *path)
+{
+    struct stat info;
+    return stat(path, &info) == 0 && S_ISDIR(info.st_mode);
+}
+
+bool plat_is_regular_file(const char *path)
+{
+    struct stat info;
+    return lstat(path, &info) == 0 && S_ISREG(info.st_mode);
+}
+
+bool plat_exists(const char *path)
+{
+    struct stat info;
+    return stat(path, &info) == 0;
+}
+
+bool plat_replace_file(const char *from, const char *to)
+{
+    return std::rename(from, to) == 0;
+}
+
+bool plat_remove_file(const char *path)
+{
+    return unlink(path) == 0;
+}
+
+bool plat_console_is_input(void)
+{
+    return isatty(STDIN_FILENO) != 0;
+}
+
+void plat_console_clear(void)
+{
+    if (!isatty(STDOUT_FILENO))
+        return;
+    std::fputs("\033[H\033[2J", stdout);
+    std::fflush(stdout);
+}
+
+void plat_console_utf8(void) {}
+
+static std::vector<std::string> list_entries(const std::string &dir)
+{
+    std::vector<std::string> names;
+    DIR *stream = opendir(dir.c_str());
+    if (!stream)
+        return names;
+    while (const dirent *entry = readdir(stream))
+        names.emplace_back(entry->d_name);
+    closedir(stream);
+    return names;
+}
+
+#endif
+
+// ---------------------------------------------------------------------------- both systems
+
+bool plat_make_dir(const char *path)
+{
+    if (make_one_dir(path) == 0)
+        return true;
+    const int error = errno;
+    if (error == EEXIST && plat_is_dir(path))
+        return true;
+    errno = error;
+    return false;
+}
+
+// Names compare as a Windows directory lists them: in upper case, ASCII letters only.
+static std::string folded(const std::string &text)
+{
+    std::string upper = text;
+    for (char &c : upper) {
+        if (c >= 'a' && c <= 'z')
+            c = static_cast<char>(c - 'a' + 'A');
+    }
+    return upper;
+}
+
+static bool comes_before(const std::string &a, const std::string &b)
+{
+    const std::string upper_a = folded(a), upper_b = folded(b);
+    return upper_a != upper_b ? upper_a < upper_b : a < b;
+}
+
+static std::vector<std::string> sorted_entries(const std::string &dir)
+{
+    std::vector<std::string> names = list_entries(dir);
+    std::sort(names.begin(), names.end(), comes_before);
+    return names;
+}
+
+std::vector<std::string> plat_list_files(const char *dir, const char *suffix)
+{
+    const std::string ending = folded(suffix);
+    std::vector<std::string> files;
+    for (const std::string &name : sorted_entries(dir)) {
+        const std::string path = std::string(dir) + plat_separator + name;
+        if (folded(name).ends_with(ending) && !plat_is_dir(path.c_str()))
+            files.push_back(name);
+    }
+    return files;
+}
+
+// The entry of dir that equals leaf but for letter case.
+static bool find_entry(const std::string &dir, const std::string &leaf, std::string *name)
+{
+    const std::string wanted = folded(leaf);
+    for (const std::string &entry : sorted_entries(dir)) {
+        if (folded(entry) == wanted) {
+            *name = entry;
+            return true;
+        }
+    }
+    return false;
+}
+
+// A path that does not exist is its parent, found in the same way, and an entry of it.
+bool plat_find_ignoring_case(const char *path, std::string *found)
+{
+    const std::string text = path;
+    if (plat_exists(path)) {
+        *found = text;
+        return true;
+    }
+    const char *const separators = plat_separator == '/' ? "/" : "/\\";
+    const size_t cut = text.find_last_of(separators);
+    std::string name;
+    if (cut == std::string::npos) {
+        if (!find_entry(".", text, &name))
+            return false;
+        *found = name;
+        return true;
+    }
+    const size_t parent_end = text.find_last_not_of(separators, cut);
+    const std::string parent = text.substr(0, parent_end == std::string::npos ? 1 : parent_end + 1);
+    std::string dir;
+    if (cut + 1 == text.size() || !plat_find_ignoring_case(parent.c_str(), &dir) ||
+        !find_entry(dir, text.substr(cut + 1), &name))
+        return false;
+    if (dir.find_last_of(separators) != dir.size() - 1)
+        dir += plat_separator;
+    *found = dir + name;
+    return true;
+}
