@@ -149,7 +149,7 @@ static int add_sector(int family, const Waveform &w, double duration_s, double o
     rt.statoff[s] = offset_hz;
     std::snprintf(rt.remarks[s], sizeof rt.remarks[s], "%s", remark);
     std::snprintf(rt.fnames[s], sizeof rt.fnames[s], "wave%d.bin", s);
-    write_doubles(rt.fnames[s], blocks_of(w, family == 1));
+    write_samples(rt.fnames[s], blocks_of(w, family == 1));
     return s;
 }
 
@@ -307,7 +307,7 @@ void write_bytes(const std::string &path, const std::string &bytes)
     out << bytes;
 }
 
-void write_doubles(const std::string &path, const std::vector<double> &values)
+void write_samples(const std::string &path, const std::vector<double> &values)
 {
     std::ofstream out(path, std::ios::binary);
     out.write((const char *)values.data(), (std::streamsize)(values.size() * sizeof(double)));

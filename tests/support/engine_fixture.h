@@ -96,7 +96,7 @@ void write_densities(const std::string &path, const DensityFile &file);
 SignalFile read_signal(const std::string &path);
 std::string read_text(const std::string &path);
 void write_bytes(const std::string &path, const std::string &bytes);
-void write_doubles(const std::string &path, const std::vector<double> &values);
+void write_samples(const std::string &path, const std::vector<double> &values);
 bool file_is_there(const std::string &path);
 std::vector<Complex> packed(int n, const CMatrix &mat);
 

@@ -28,7 +28,7 @@ template <class Reader> int answer(Reader reader, const char *path, int n, std::
 
 TEST_F(Waveforms, ASpatialFileIsFiveBlocksInOrder)
 {
-    write_doubles("w.bin", ramp(5 * 100));
+    write_samples("w.bin", ramp(5 * 100));
     EXPECT_EQ(std::filesystem::file_size("w.bin"), 4000u);
     ASSERT_EQ(LoadSpatialSectorPulseFile("w.bin", 100), 1);
     for (int k = 0; k < 100; k++) {
@@ -44,7 +44,7 @@ TEST_F(Waveforms, ASpatialFileIsFiveBlocksInOrder)
 TEST_F(Waveforms, A2DFileIsTwoBlocksAndLeavesTheGradients)
 {
     rt.gx[0] = 77.0;
-    write_doubles("w.bin", ramp(2 * 100));
+    write_samples("w.bin", ramp(2 * 100));
     EXPECT_EQ(std::filesystem::file_size("w.bin"), 1600u);
     ASSERT_EQ(Load2DSectorPulseFile("w.bin", 100), 1);
     EXPECT_EQ(rt.xb[99], 99.5);
@@ -55,7 +55,7 @@ TEST_F(Waveforms, A2DFileIsTwoBlocksAndLeavesTheGradients)
 
 TEST_F(Waveforms, The2DReaderTakesTheRFOfASpatialFile)
 {
-    write_doubles("w.bin", ramp(5 * 4));
+    write_samples("w.bin", ramp(5 * 4));
     ASSERT_EQ(Load2DSectorPulseFile("w.bin", 4), 1);
     EXPECT_EQ(rt.yb[3], 7.5);
 }
@@ -63,7 +63,7 @@ TEST_F(Waveforms, The2DReaderTakesTheRFOfASpatialFile)
 TEST_F(Waveforms, TheSpatialReaderRefusesA2DFile)
 {
     std::string printed;
-    write_doubles("w.bin", ramp(2 * 4));
+    write_samples("w.bin", ramp(2 * 4));
     EXPECT_EQ(answer(LoadSpatialSectorPulseFile, "w.bin", 4, &printed), 0);
     EXPECT_EQ(printed, "");
 }
@@ -110,7 +110,7 @@ TEST_F(Waveforms, MoreThan8192SamplesAreRefusedBeforeTheFileIsOpened)
 
 TEST_F(Waveforms, TheFull8192SamplesAreRead)
 {
-    write_doubles("w.bin", ramp(5 * 8192));
+    write_samples("w.bin", ramp(5 * 8192));
     ASSERT_EQ(LoadSpatialSectorPulseFile("w.bin", 8192), 1);
     EXPECT_EQ(rt.gz[8191], 5 * 8192 - 0.5);
 }
