@@ -164,26 +164,6 @@ bool write_packed_matrix(FILE *out, int n, const Complex *packed)
     return std::fwrite(packed, sizeof *packed, packed_count(n), out) == packed_count(n);
 }
 
-void pack_matrix(int n, const CMatrix *mat, Complex *packed)
-{
-    for (int i = 1; i <= n; i++) {
-        for (int j = 1; j <= n; j++) {
-            *packed++ = Complex((*mat)[i][j][COMPLEX_RE], (*mat)[i][j][COMPLEX_IM]);
-        }
-    }
-}
-
-void unpack_matrix(int n, const Complex *packed, CMatrix *mat)
-{
-    for (int i = 1; i <= n; i++) {
-        for (int j = 1; j <= n; j++) {
-            (*mat)[i][j][COMPLEX_RE] = packed->real();
-            (*mat)[i][j][COMPLEX_IM] = packed->imag();
-            packed++;
-        }
-    }
-}
-
 // -------------------------------------------------------------------------------- whole files
 
 static binfh_status copy_stream(FILE *in, FILE *out)
@@ -308,4 +288,28 @@ void discard_output(OutputFile *out)
         out->beside.clear();
     }
     errno = error;
+}
+
+binfh_status copy_file_complete(const char *src, const char *dst)
+{
+    if (!src || !dst) {
+        return BINFH_ERR_NULLPTR;
+    }
+    const FilePtr in{std::fopen(src, "rb")};
+    if (!in) {
+        return io_error("fopen(src)");
+    }
+    if (is_same_file(src, dst)) {
+        return BINFH_OK;
+    }
+    OutputFile out;
+    if (!open_output(&out, dst, "wb")) {
+        return io_error("fopen(dst)");
+    }
+    const binfh_status status = copy_stream(in.get(), out.file);
+    if (status != BINFH_OK) {
+        discard_output(&out);
+        return status;
+    }
+    return commit_output(&out) ? BINFH_OK : io_error("fwrite");
 }

@@ -2,6 +2,8 @@
 // only when complete.
 #include "binaryfilehandling.h"
 
+#include "propagatorlib.h"
+
 #include "matrices.h"
 #include "platformlib.h"
 

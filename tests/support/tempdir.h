@@ -1,0 +1,24 @@
+// tempdir - a fresh directory for one test, removed with everything in it at the end.
+#ifndef ZAN_TESTS_TEMPDIR_H
+#define ZAN_TESTS_TEMPDIR_H
+
+#include <string>
+
+struct TempDir {
+    std::string path; // without a separator at its end
+
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir &) = delete;
+    TempDir &operator=(const TempDir &) = delete;
+
+    // Names are relative and use "/". write makes the directories that are missing; read gives
+    // "" for a file that does not open. Both take and give bytes as they stand.
+    std::string file(const std::string &name) const;
+    std::string write(const std::string &name, const std::string &text) const; // the full path
+    std::string read(const std::string &name) const;
+    bool exists(const std::string &name) const;
+    void make_dir(const std::string &name) const;
+};
+
+#endif
