@@ -318,16 +318,17 @@ void Rotate3D(void)
 
 // ------------------------------------------------------------------ 1D/2D sectors
 
-// The first row of a dm.bin with another number of rows becomes every row of a new one.
+// The first row of a dm.bin with another number of rows becomes every row of a new one. A file
+// of another kind is left for the caller to refuse; a cut one ends the sector without a word.
 static bool resize_dm_bin(void)
 {
     FilePtr old{std::fopen("dm.bin", "rb")};
     int32_t type, n, rows;
-    if (!old || ReadBinFileHeader_status(old.get(), &type, &n, &rows) != BINFH_OK || rows == rt.ndw)
+    if (!old || ReadBinFileHeader_status(old.get(), &type, &n, &rows) != BINFH_OK || type != 0 ||
+        n != rt.n || rows == rt.ndw)
         return true;
-    for (int row = 1; row <= rt.n; row++)
-        if (!read_cmatrix_row(old.get(), rt.n, &rt.densmat, row))
-            return true;
+    if (!read_density_matrix(old.get(), rt.n, rt.n, &rt.densmat))
+        return false;
     old.reset();
     switch (write_copies(type, n, rt.ndw, &rt.densmat)) {
     case NOT_OPENED:

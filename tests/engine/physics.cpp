@@ -9,7 +9,8 @@
 
 using Physics = EngineTest;
 
-namespace {
+namespace
+{
 
 constexpr double PULSE = 1e-6; // s; so short that offsets and couplings do not matter
 constexpr double EXACT = 1e-10;
@@ -264,7 +265,8 @@ TEST_F(Physics, TheReceiverOffsetAddsToTheShift)
 
 // ------------------------------------------------------------------ evolution rows
 
-namespace {
+namespace
+{
 
 void prepare_iy_with_shift(double nu)
 {

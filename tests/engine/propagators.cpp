@@ -10,7 +10,8 @@
 
 using Propagators = EngineTest;
 
-namespace {
+namespace
+{
 
 CMatrix H0, H, U, P, density;
 
@@ -219,7 +220,8 @@ TEST_F(Propagators, PackedMatricesAreRowsFromZero)
 
 // ------------------------------------------------------------------ voxels share propagators
 
-namespace {
+namespace
+{
 
 // The matrix that a one-voxel run gives at this place.
 std::vector<Complex> run_alone(double x, double y, double z)
@@ -279,8 +281,7 @@ TEST_F(Propagators, AGridWithMorePositionsThanAreKeptIsRightInEveryVoxel)
     double worst = 0.0;
     for (int v = 0; v < dm.count; v++) {
         const int iy = v / ndz % ndy, iz = v % ndz;
-        const double delta =
-            w.gy[0] * (-1.0 + 2.0 / ndy * iy) + w.gz[0] * (-2.0 + 4.0 / ndz * iz);
+        const double delta = w.gy[0] * (-1.0 + 2.0 / ndy * iy) + w.gz[0] * (-2.0 + 4.0 / ndz * iz);
         const double field = std::hypot(w1, delta), nz = delta / field;
         const double mz = std::cos(field * time) + nz * nz * (1.0 - std::cos(field * time));
         // Iz of one spin 1/2 with unit norm is diag(1, -1)/sqrt(2).

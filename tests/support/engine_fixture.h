@@ -17,7 +17,8 @@ constexpr double TWO_PI = 2.0 * PI_CONST;
 
 // Every test starts with an empty runtime state in an empty working directory; standard input
 // is empty, so that no pause ever waits. Suites are aliases: using Propagation = EngineTest;
-class EngineTest : public testing::Test {
+class EngineTest : public testing::Test
+{
   protected:
     void SetUp() override;
     void TearDown() override;

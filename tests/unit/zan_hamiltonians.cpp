@@ -6,7 +6,8 @@
 
 using Hamiltonians = EngineTest;
 
-namespace {
+namespace
+{
 
 CMatrix op, expected, term;
 
@@ -215,10 +216,7 @@ TEST_F(Hamiltonians, TotalsArePhysicalSums)
         make(rt.Ilist, rt.ket, rt.n, 1, &op);
         make(rt.Ilist, rt.ket, rt.n, 2, &term);
         CMatAdd(rt.n, &op, &term, &expected);
-        expect_expected(axis == 'x'   ? rt.Ixtot
-                        : axis == 'y' ? rt.Iytot
-                                      : rt.Iztot,
-                        "total");
+        expect_expected(axis == 'x' ? rt.Ixtot : axis == 'y' ? rt.Iytot : rt.Iztot, "total");
     }
 }
 
@@ -250,13 +248,12 @@ TEST_F(Hamiltonians, BuildingPrintsASummary)
     set_spins({{1, -2}, {0.5, 1e-7}, {12.25, -3000000}});
     const Console console = captured(ZAN_RebuildSpinSystemFromPulseSequenceGlobals);
     EXPECT_EQ(console.err, "");
-    EXPECT_EQ(console.out,
-              "\nBuildSpinSystemFromPulseSequenceGlobals()\n"
-              "  Nspins = 2\n"
-              "  n      = 2\n"
-              "  spin 1: quantnum=1  Ilist=1  relspinamp=0.5  resofreq=12.25 Hz\n"
-              "  spin 2: quantnum=-2  Ilist=0  relspinamp=1e-07  resofreq=-3e+06 Hz\n"
-              "\n");
+    EXPECT_EQ(console.out, "\nBuildSpinSystemFromPulseSequenceGlobals()\n"
+                           "  Nspins = 2\n"
+                           "  n      = 2\n"
+                           "  spin 1: quantnum=1  Ilist=1  relspinamp=0.5  resofreq=12.25 Hz\n"
+                           "  spin 2: quantnum=-2  Ilist=0  relspinamp=1e-07  resofreq=-3e+06 Hz\n"
+                           "\n");
 }
 
 TEST_F(Hamiltonians, BuildingIsSilentInSmokeCheckMode)

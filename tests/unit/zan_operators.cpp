@@ -7,7 +7,8 @@
 
 using Operators = EngineTest;
 
-namespace {
+namespace
+{
 
 struct TermCase {
     int spins;

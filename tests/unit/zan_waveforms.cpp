@@ -4,7 +4,8 @@
 
 using Waveforms = EngineTest;
 
-namespace {
+namespace
+{
 
 std::vector<double> ramp(int count)
 {
