@@ -9,7 +9,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
 
 binfh_status binfh_last_status = BINFH_OK;
 
@@ -181,13 +180,6 @@ static binfh_status copy_stream(FILE *in, FILE *out)
     return std::ferror(in) ? io_error("fread") : BINFH_OK;
 }
 
-// A file copied onto itself would lose its contents the moment it is opened for writing.
-static bool is_same_file(const char *src, const char *dst)
-{
-    std::error_code none;
-    return std::filesystem::equivalent(src, dst, none);
-}
-
 binfh_status copy_file_binary(const char *src, const char *dst)
 {
     if (!src || !dst) {
@@ -197,8 +189,8 @@ binfh_status copy_file_binary(const char *src, const char *dst)
     if (!in) {
         return io_error("fopen(src)");
     }
-    if (is_same_file(src, dst)) {
-        return BINFH_OK;
+    if (std::strcmp(src, dst) == 0) {
+        return BINFH_OK; // opening it for writing would empty it
     }
     FilePtr out{std::fopen(dst, "wb")};
     if (!out) {
@@ -298,9 +290,6 @@ binfh_status copy_file_complete(const char *src, const char *dst)
     const FilePtr in{std::fopen(src, "rb")};
     if (!in) {
         return io_error("fopen(src)");
-    }
-    if (is_same_file(src, dst)) {
-        return BINFH_OK;
     }
     OutputFile out;
     if (!open_output(&out, dst, "wb")) {

@@ -349,7 +349,7 @@ static int merge_lines(int count, const LineList &spc, LineList &merged)
     return m;
 }
 
-// Bubble sort; lines of equal frequency change places, too.
+// Bubble sort by frequency.
 static void sort_lines(int m, LineList &spc)
 {
     for (int p = 1; p <= m; p++) {

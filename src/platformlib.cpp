@@ -218,7 +218,7 @@ bool plat_is_regular_file(const char *path)
 bool plat_exists(const char *path)
 {
     struct stat info;
-    return stat(path, &info) == 0;
+    return lstat(path, &info) == 0; // a link that leads nowhere exists too
 }
 
 bool plat_replace_file(const char *from, const char *to)

@@ -132,13 +132,13 @@ void operateImin(const SpinIList &Ilist, int Xstate, int Xspin, const SpinKet &i
     }
 }
 
-// element1 = coefficient when row Ketstate of acted, the ket acted upon, is the bra; else 0.
+// element1 = coefficient when row Ketstate of acted, the ket acted upon, is the bra; else 0. A ket
+// that cannot be moved is left as it is, but its coefficient is 0.
 static void inner_product(const SpinIList &Ilist, const SpinKet &ket, const SpinKet &acted,
                           double coefficient, int Brastate, int Ketstate, double *element1,
                           double *element2)
 {
-    const bool reached =
-        coefficient != 0.0 && ket_equal(ket[Brastate], acted[Ketstate], infer_nspins(Ilist));
+    const int reached = ket_equal(ket[Brastate], acted[Ketstate], infer_nspins(Ilist));
     if (element1) {
         *element1 = reached ? coefficient : 0.0;
     }
@@ -173,7 +173,7 @@ void inproductImin(const SpinIList &Ilist, const SpinKet &ket, int Brastate, int
 static void set_column(int n, int Nspins, const SpinKet &ket, const int *reached,
                        double coefficient, int ketstate, CMatrix *matrix)
 {
-    for (int bra = 1; coefficient != 0.0 && bra <= n; bra++) {
+    for (int bra = 1; bra <= n; bra++) {
         if (ket_equal(ket[bra], reached, Nspins)) {
             (*matrix)[bra][ketstate][COMPLEX_RE] = coefficient;
         }

@@ -65,7 +65,7 @@ int ZANWriteExpectationProfile(const char *density_path, const char *operator_ex
                                const char *output_path)
 {
     static CMatrix op;
-    int points;
+    int points = 0;
     if (!spin_system_is_prepared()) {
         std::fprintf(stderr, "Expectation profile: no prepared spin system.\n");
         return 0;

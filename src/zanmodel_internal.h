@@ -100,7 +100,7 @@ bool zan_is_spin_system_metadata_key(const char *line);
 // The number at *cursor, which moves behind it; refused when it overflows.
 bool zan_scan_number(const char **cursor, int *value);
 bool zan_scan_number(const char **cursor, double *value);
-// The whole text is one number.
+// The whole text is one number; *value is left alone when it is not.
 bool parse_int_strict(const char *text, int *value);
 bool parse_double_strict(const char *text, double *value);
 // Exactly count numbers, of which the first 8 are stored from list[1].

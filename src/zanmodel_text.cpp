@@ -166,7 +166,11 @@ bool zan_scan_number(const char **cursor, double *value)
 
 template <typename Number> static bool parse_strict(const char *text, Number *value)
 {
-    return zan_scan_number(&text, value) && *skip_spaces(text) == '\0';
+    Number parsed = 0;
+    if (!zan_scan_number(&text, &parsed) || *skip_spaces(text) != '\0')
+        return false;
+    *value = parsed;
+    return true;
 }
 
 template <typename Number> static bool parse_list(const char *text, int count, Number (&list)[9])

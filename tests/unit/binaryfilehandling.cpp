@@ -268,6 +268,11 @@ TEST_F(BinFiles, RowsOf257ElementsAreAcceptedAndStayInsideTheMatrix)
     EXPECT_EQ(B[255][256][COMPLEX_RE], 7.0);
     f.rewind();
     fill_all(&B, 7.0);
+    ASSERT_TRUE(read_cmatrix_row(f.get(), 257, &B, 1));
+    EXPECT_EQ(B[1][256][COMPLEX_RE], 3.0);
+    EXPECT_EQ(B[2][0][COMPLEX_RE], 7.0);
+    f.rewind();
+    fill_all(&B, 7.0);
     EXPECT_TRUE(read_cmatrix_row(f.get(), 257, &B, 257));
     EXPECT_TRUE(outside_is(0, B, 7.0));
 }
@@ -526,17 +531,25 @@ TEST_F(BinFiles, OutputIsWrittenDirectlyWhereNothingCanBeCreatedBeside)
 #ifdef __linux__
 TEST_F(BinFiles, ADeviceIsWrittenDirectlyAndItsFailureIsSeen)
 {
+    // Through a link, so that a mistake here never replaces the machine's own device.
+    std::filesystem::create_symlink("/dev/full", temp_path("out"));
     OutputFile out;
-    ASSERT_TRUE(open_output(&out, "/dev/full", "w"));
+    ASSERT_TRUE(open_output(&out, temp_path("out").c_str(), "w"));
     EXPECT_EQ(out.beside, "");
     std::fputs("x", out.file);
     EXPECT_FALSE(commit_output(&out));
     EXPECT_EQ(errno, ENOSPC);
-    EXPECT_TRUE(std::filesystem::exists("/dev/full"));
 
-    ASSERT_TRUE(open_output(&out, "/dev/full", "w"));
+    // An earlier write failed and nothing is left to flush.
+    ASSERT_TRUE(open_output(&out, temp_path("out").c_str(), "w"));
+    std::setvbuf(out.file, nullptr, _IONBF, 0);
+    std::fputs("x", out.file);
+    EXPECT_FALSE(commit_output(&out));
+    EXPECT_EQ(errno, ENOSPC);
+
+    ASSERT_TRUE(open_output(&out, temp_path("out").c_str(), "w"));
     discard_output(&out);
-    EXPECT_TRUE(std::filesystem::exists("/dev/full"));
+    EXPECT_TRUE(std::filesystem::is_symlink(temp_path("out")));
 }
 
 TEST_F(BinFiles, ASymbolicLinkIsWrittenThrough)
