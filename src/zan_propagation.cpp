@@ -188,8 +188,8 @@ static void find_propagators(const SectorField &field, int64_t first, Propagator
         const auto [entry, added] =
             cache->slot.try_emplace(voxel_key(*cache, first + v), known + missing);
         if (added)
-            cache->missing[missing++] = voxel_position(first + v);
-        b->which[v] = entry->second;
+            cache->missing.get()[missing++] = voxel_position(first + v);
+        b->which.get()[v] = entry->second;
     }
     SectorPropagators(field, cache->missing.get(), missing,
                       cache->propagators.get() + known * b->size);
@@ -352,7 +352,7 @@ static void find_evolution_propagators(SectorField field, double dt, int first, 
     for (int v = 0; v < b.count; v++) {
         field.tau = (first + v) * dt;
         SectorPropagators(field, &origin, 1, propagators + v * b.size);
-        b.which[v] = v;
+        b.which.get()[v] = v;
     }
 }
 
@@ -363,7 +363,7 @@ static void find_normal_propagator(SectorField field, double dt, const Batch &b,
     field.tau = dt;
     SectorPropagators(field, &origin, 1, propagator);
     for (int v = 0; v < b.capacity; v++)
-        b.which[v] = 0;
+        b.which.get()[v] = 0;
 }
 
 static const char *propagate_rows(FILE *in, FILE *store, const SectorField &field, bool evolves,
