@@ -188,8 +188,8 @@ static void find_propagators(const SectorField &field, int64_t first, Propagator
         const auto [entry, added] =
             cache->slot.try_emplace(voxel_key(*cache, first + v), known + missing);
         if (added)
-            cache->missing[missing++] = voxel_position(first + v);
-        b->which[v] = entry->second;
+            cache->missing.get()[missing++] = voxel_position(first + v);
+        b->which.get()[v] = entry->second;
     }
     SectorPropagators(field, cache->missing.get(), missing,
                       cache->propagators.get() + known * b->size);
@@ -318,16 +318,17 @@ void Rotate3D(void)
 
 // ------------------------------------------------------------------ 1D/2D sectors
 
-// The first row of a dm.bin with another number of rows becomes every row of a new one.
+// The first row of a dm.bin with another number of rows becomes every row of a new one. A file
+// of another kind is left for the caller to refuse; a cut one ends the sector without a word.
 static bool resize_dm_bin(void)
 {
     FilePtr old{std::fopen("dm.bin", "rb")};
     int32_t type, n, rows;
-    if (!old || ReadBinFileHeader_status(old.get(), &type, &n, &rows) != BINFH_OK || rows == rt.ndw)
+    if (!old || ReadBinFileHeader_status(old.get(), &type, &n, &rows) != BINFH_OK || type != 0 ||
+        n != rt.n || rows == rt.ndw)
         return true;
-    for (int row = 1; row <= rt.n; row++)
-        if (!read_cmatrix_row(old.get(), rt.n, &rt.densmat, row))
-            return true;
+    if (!read_density_matrix(old.get(), rt.n, rt.n, &rt.densmat))
+        return false;
     old.reset();
     switch (write_copies(type, n, rt.ndw, &rt.densmat)) {
     case NOT_OPENED:
@@ -351,7 +352,7 @@ static void find_evolution_propagators(SectorField field, double dt, int first, 
     for (int v = 0; v < b.count; v++) {
         field.tau = (first + v) * dt;
         SectorPropagators(field, &origin, 1, propagators + v * b.size);
-        b.which[v] = v;
+        b.which.get()[v] = v;
     }
 }
 
@@ -362,7 +363,7 @@ static void find_normal_propagator(SectorField field, double dt, const Batch &b,
     field.tau = dt;
     SectorPropagators(field, &origin, 1, propagator);
     for (int v = 0; v < b.capacity; v++)
-        b.which[v] = 0;
+        b.which.get()[v] = 0;
 }
 
 static const char *propagate_rows(FILE *in, FILE *store, const SectorField &field, bool evolves,
