@@ -28,7 +28,7 @@ static bool can_be_propagated(const char *who, int64_t matrices)
 {
     if (rt.n >= 1 && matrices >= 1 && matrices <= INT32_MAX)
         return true;
-    std::printf("%s: nothing to propagate (n=%d, matrices=%lld)\n", who, rt.n,
+    std::printf("%s: cannot propagate n=%d states, %lld matrices\n", who, rt.n,
                 (long long)matrices);
     return false;
 }
