@@ -22,6 +22,7 @@ bool plat_make_dir(const char *path); // one level; an existing directory is suc
 bool plat_change_dir(const char *path);
 bool plat_current_dir(std::string *path);
 bool plat_is_dir(const char *path);
+bool plat_is_file(const char *path);         // regular, links followed
 bool plat_is_regular_file(const char *path); // not through a symbolic link
 bool plat_exists(const char *path);
 

@@ -72,6 +72,11 @@ bool plat_is_dir(const char *path)
     return has_attributes(path, FILE_ATTRIBUTE_DIRECTORY, FILE_ATTRIBUTE_DIRECTORY);
 }
 
+bool plat_is_file(const char *path)
+{
+    return has_attributes(path, FILE_ATTRIBUTE_DIRECTORY, 0);
+}
+
 bool plat_is_regular_file(const char *path)
 {
     return has_attributes(path, FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT, 0);
@@ -209,6 +214,12 @@ bool plat_is_dir(const char *path)
     return stat(path, &info) == 0 && S_ISDIR(info.st_mode);
 }
 
+bool plat_is_file(const char *path)
+{
+    struct stat info;
+    return stat(path, &info) == 0 && S_ISREG(info.st_mode);
+}
+
 bool plat_is_regular_file(const char *path)
 {
     struct stat info;
@@ -303,7 +314,7 @@ std::vector<std::string> plat_list_files(const char *dir, const char *suffix)
     std::vector<std::string> files;
     for (const std::string &name : sorted_entries(dir)) {
         const std::string path = std::string(dir) + plat_separator + name;
-        if (folded(name).ends_with(ending) && !plat_is_dir(path.c_str()))
+        if (folded(name).ends_with(ending) && plat_is_file(path.c_str()))
             files.push_back(name);
     }
     return files;

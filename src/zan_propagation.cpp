@@ -23,6 +23,16 @@ static const int64_t MAX_BATCH = 4096, MAX_KEPT = 65536;
 
 enum WriteResult { WRITTEN, NOT_OPENED, NO_HEADER, NO_DATA };
 
+// A spin system, and no more matrices than the header of a file can count. False after a message.
+static bool can_be_propagated(const char *who, int64_t matrices)
+{
+    if (rt.n >= 1 && matrices >= 1 && matrices <= INT32_MAX)
+        return true;
+    std::printf("%s: cannot propagate n=%d states, %lld matrices\n", who, rt.n,
+                (long long)matrices);
+    return false;
+}
+
 // The finished "store" becomes "dm.bin".
 static bool close_and_replace(FilePtr store)
 {
@@ -104,15 +114,25 @@ struct Batch {
     std::unique_ptr<int[]> which;   // propagator of each
 };
 
+// Small enough for the progress to show: at most a hundredth of all matrices.
 static bool make_batch(Batch *b, int total)
 {
     b->size = (int64_t)rt.n * rt.n;
     int64_t fits = BATCH_BYTES / (b->size * (int64_t)sizeof(Complex));
-    fits = fits < 1 ? 1 : fits > MAX_BATCH ? MAX_BATCH : fits;
-    b->capacity = (int)(fits < total ? fits : total);
+    const int64_t visible = total / 100;
+    fits = fits > visible ? visible : fits;
+    fits = fits > MAX_BATCH ? MAX_BATCH : fits;
+    b->capacity = (int)(fits < 1 ? 1 : fits);
     b->rho.reset(new (std::nothrow) Complex[(size_t)(b->size * b->capacity)]);
     b->which.reset(new (std::nothrow) int[(size_t)b->capacity]);
     return b->rho && b->which;
+}
+
+// densmat holds the matrix that was propagated last.
+static void keep_last(const Batch &b)
+{
+    if (b.count > 0)
+        unpack_matrix(rt.n, b.rho.get() + (b.count - 1) * b.size, &rt.densmat);
 }
 
 static bool read_batch(FILE *in, int wanted, Batch *b)
@@ -222,6 +242,7 @@ static const char *propagate_voxels(FILE *in, FILE *store, const SectorField &fi
         const bool whole = read_batch(in, (int)(left < b.capacity ? left : b.capacity), &b);
         find_propagators(field, first, &cache, &b);
         RotateDensities(rt.n, cache.propagators.get(), b.which.get(), b.count, b.rho.get());
+        keep_last(b);
         for (int v = 0; v < b.count; v++) {
             if (!write_packed_matrix(store, rt.n, b.rho.get() + v * b.size))
                 return STORE_WRITE_ERROR;
@@ -295,12 +316,17 @@ static void rotate_3d_through_store(FilePtr in, int voxels)
 
 void Rotate3D(void)
 {
-    const int voxels = rt.ndx * rt.ndy * rt.ndz;
+    const int64_t whole_grid = (int64_t)rt.ndx * rt.ndy * rt.ndz;
     if (rt.pulseflag == 2) {
         std::puts(">>>> NO RF-PULSE DEFINED ERROR <<<<");
         ConsolePause();
         return;
     }
+    if (!can_be_propagated("Rotate3D", whole_grid)) {
+        ConsolePause();
+        return;
+    }
+    const int voxels = (int)whole_grid;
     if (rt.calc == 0) {
         rt.ndw = voxels;
         if (!initialise_dm_bin("Rotate3D")) {
@@ -385,6 +411,7 @@ static const char *propagate_rows(FILE *in, FILE *store, const SectorField &fiel
         if (evolves)
             find_evolution_propagators(field, dt, first, b, propagators.get());
         RotateDensities(rt.n, propagators.get(), b.which.get(), b.count, b.rho.get());
+        keep_last(b);
         for (int v = 0; v < b.count; v++) {
             if (!write_packed_matrix(store, rt.n, b.rho.get() + v * b.size))
                 return "Rotate2D: write error to store";
@@ -432,6 +459,8 @@ void Rotate2D_internal(int sector_type, double dt, double offset)
         std::puts(">>>> NO RF-PULSE DEFINED ERROR <<<<");
         return;
     }
+    if (!can_be_propagated("Rotate2D", rt.ndw))
+        return;
     if (rt.calc == 0 ? !initialise_dm_bin("Rotate2D") : !resize_dm_bin())
         return;
     FilePtr in = open_dm_bin("Rotate2D", rt.ndw);

@@ -355,3 +355,36 @@ TEST_F(Propagation, AStoreThatCannotBeMadeIsReportedAsStoreOnlyWhenResizing)
     rt.ndw = 1;
     expect_refusal(rotate_2d, "", directory_message("dm.bin"));
 }
+
+// ------------------------------------------------------------------ what both leave behind
+
+TEST_F(Propagation, TheRuntimeStateHoldsTheMatrixThatWasPropagatedLast)
+{
+    prepare_pulse();
+    set_grid(1, 1, 3);
+    captured(Rotate3D);
+    EXPECT_EQ(
+        largest_difference(packed(2, rt.densmat).data(), read_densities("dm.bin").matrix(3), 4),
+        0.0);
+    rt.ndw = 3;
+    captured(rotate_2d);
+    EXPECT_EQ(
+        largest_difference(packed(2, rt.densmat).data(), read_densities("dm.bin").matrix(3), 4),
+        0.0);
+}
+
+TEST_F(Propagation, WithoutASpinSystemThereIsNothingToPropagate)
+{
+    rt.pulseflag = 1;
+    EXPECT_EQ(captured(Rotate3D).out, "Rotate3D: cannot propagate n=0 states, 1 matrices\n");
+    EXPECT_EQ(captured(rotate_2d).out, "Rotate2D: cannot propagate n=0 states, 1 matrices\n");
+    EXPECT_FALSE(file_is_there("dm.bin"));
+}
+
+TEST_F(Propagation, AGridThatAFileCannotCountIsRefused)
+{
+    prepare_pulse();
+    set_grid(65536, 65536, 1);
+    EXPECT_EQ(captured(Rotate3D).out,
+              "Rotate3D: cannot propagate n=2 states, 4294967296 matrices\n");
+}
