@@ -39,7 +39,7 @@ void AsciiIn(const int *ap, double *x);
 void SGFileOut(const int *ap, const double *x);
 void SGFileIn(const int *ap, double *x);
 void SGXYFileOut(const int *ap, const double *x, double xmin, double xinc);
-void Create_IDL_File(const char *fnm); // asks for the output's name; fnm is the input
+void Create_IDL_File(const char *fnm);             // asks for the output's name; fnm is the input
 void RealArrayOut(const int *ap, const double *x); // menu
 void RealArrayIn(const int *ap, double *x);        // menu; cancelling clears the array
 
