@@ -21,7 +21,7 @@ struct SectorField {
     int ap;                                // samples; 0 leaves every state as it is
     double tau;                            // step, s
     const double *xb, *yb;                 // RF, rad/s
-    const double *gx, *gy, *gz;            // gradients, rad/s per cm; null is no gradient
+    const double *gx, *gy, *gz;            // gradients, rad/s per cm; all null: none
     double offset;                         // static offset, rad/s
 };
 

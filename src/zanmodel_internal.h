@@ -39,7 +39,7 @@ template <size_t N> void zan_copy_text(char (&field)[N], const char *src)
 }
 
 // ---- paths (zanmodel_paths.cpp) ----
-// A path that would not fit a record's file name field (255 characters) counts as not formed.
+// A path that a record stores must fit its field (255 characters), else it counts as not formed.
 
 bool zan_is_absolute_path(const char *path);
 bool zan_has_path_separator(const char *path);  // "\\", "/" or ":"
@@ -95,16 +95,17 @@ struct ZANTextReader {
     FilePtr file;
     const char *filename;
     int line;        // number of the line at hand, from 1
+    bool zero_byte;  // the line at hand holds one: the reading ended there
     char text[2048]; // the line at hand, trimmed; a longer one comes in pieces
     char *errbuf;
     size_t errbufsz;
 };
 
 bool zan_open_text(ZANTextReader *in, const char *filename, char *errbuf, size_t errbufsz);
-bool zan_read_line(ZANTextReader *in);            // false at the end of the file
+bool zan_read_line(ZANTextReader *in);            // false at the end of the file or a zero byte
 bool zan_remove_comment(ZANTextReader *in);       // false when nothing is left
 bool zan_read_content_line(ZANTextReader *in);    // the next line that holds more than a comment
-ZANModelStatus zan_close_text(ZANTextReader *in); // also tells a read error
+ZANModelStatus zan_close_text(ZANTextReader *in); // also tells what ended the reading early
 
 // "line N: " and the message; returns ZAN_MODEL_ERR_PARSE.
 ZANModelStatus zan_line_error(const ZANTextReader *in, const char *fmt, ...)
@@ -121,7 +122,7 @@ bool zan_is_spin_system_metadata_key(const char *line);
 // The number at *cursor, which moves behind it; refused when it overflows.
 bool zan_scan_number(const char **cursor, int *value);
 bool zan_scan_number(const char **cursor, double *value);
-// The whole text is one number.
+// The whole text is one number; *value is left alone when it is not.
 bool parse_int_strict(const char *text, int *value);
 bool parse_double_strict(const char *text, double *value);
 // Exactly count numbers, of which the first 8 are stored from list[1].

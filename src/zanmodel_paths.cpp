@@ -22,6 +22,8 @@ static bool fits_record(const std::string &path)
     return path.size() < ZAN_MODEL_FILENAME_LEN;
 }
 
+enum { longest_model_file_path = 1023 }; // as the shell keeps it
+
 bool zan_is_absolute_path(const char *path)
 {
     if (path[0] == '\0')
@@ -67,7 +69,7 @@ std::string zan_base_name_without_extension(const char *path)
 
 static bool opens_for_reading(const std::string &path)
 {
-    return !plat_is_dir(path.c_str()) && FilePtr{std::fopen(path.c_str(), "rb")} != nullptr;
+    return plat_is_file(path.c_str()) && FilePtr{std::fopen(path.c_str(), "rb")} != nullptr;
 }
 
 static bool find_readable_in_any_case(const std::string &path, std::string *found)
@@ -113,7 +115,7 @@ bool zan_resolve_model_relative_path(const char *model_filename, const char *val
         zan_is_absolute_path(value) ? value : zan_directory_of(model_filename) + value;
     if (!zan_find_readable_file(path, resolved))
         *resolved = path;
-    return fits_record(*resolved);
+    return resolved->size() <= longest_model_file_path;
 }
 
 // A relative name belongs to the results directory, wherever the model lies.

@@ -63,10 +63,13 @@ static void set_quantum_numbers(TestModel *m, std::initializer_list<int> twice_s
 
 TEST(ModelStatusString, NamesEveryStatus)
 {
-    const char *const texts[] = {
-        "ok",          "null pointer",    "i/o error",
-        "parse error", "range error",     "dimension error",
-        "incompatible with legacy globals"};
+    const char *const texts[] = {"ok",
+                                 "null pointer",
+                                 "i/o error",
+                                 "parse error",
+                                 "range error",
+                                 "dimension error",
+                                 "incompatible with legacy globals"};
     for (int status = 0; status <= 6; status++)
         EXPECT_STREQ(ZANModelStatusString(static_cast<ZANModelStatus>(status)), texts[status]);
     EXPECT_STREQ(ZANModelStatusString(static_cast<ZANModelStatus>(7)), "unknown error");
@@ -136,16 +139,30 @@ static const ValidationCase spin_cases[] = {
     {[](TestModel *) {}, ZAN_MODEL_OK, ""},
     {[](TestModel *m) { m->spin.nspins = 0; }, ZAN_MODEL_ERR_RANGE, "nspins=0 is outside 1..8"},
     {[](TestModel *m) { m->spin.nspins = 9; }, ZAN_MODEL_ERR_RANGE, "nspins=9 is outside 1..8"},
-    {[](TestModel *m) { set_quantum_numbers(m, {1, 1, 1, 1, 1, 1, 1, 1}); }, ZAN_MODEL_OK, ""},
-    {[](TestModel *m) { set_quantum_numbers(m, {1, 1, 1, 1, 1, 1, 2}); }, ZAN_MODEL_OK, ""},
-    {[](TestModel *m) { set_quantum_numbers(m, {1, 1, 1, 1, 1, 1, 2, 1}); },
+    {[](TestModel *m) {
+         set_quantum_numbers(m, {1, 1, 1, 1, 1, 1, 1, 1});
+     },
+     ZAN_MODEL_OK, ""},
+    {[](TestModel *m) {
+         set_quantum_numbers(m, {1, 1, 1, 1, 1, 1, 2});
+     },
+     ZAN_MODEL_OK, ""},
+    {[](TestModel *m) {
+         set_quantum_numbers(m, {1, 1, 1, 1, 1, 1, 2, 1});
+     },
      ZAN_MODEL_ERR_DIMENSION, "Hilbert dimension 384 exceeds ZAN_MAX_STATES=256"},
-    {[](TestModel *m) { set_quantum_numbers(m, {255, 1, 0}); }, ZAN_MODEL_ERR_DIMENSION,
-     "Hilbert dimension 512 exceeds ZAN_MAX_STATES=256"},
-    {[](TestModel *m) { set_quantum_numbers(m, {255, 2147483647}); }, ZAN_MODEL_ERR_DIMENSION,
-     "Hilbert dimension 549755813888 exceeds ZAN_MAX_STATES=256"},
-    {[](TestModel *m) { set_quantum_numbers(m, {1, 0, 1000}); }, ZAN_MODEL_ERR_RANGE,
-     "spin_quantum_numbers[2]=0 must be >= 1 (legacy stores 2I)"},
+    {[](TestModel *m) {
+         set_quantum_numbers(m, {255, 1, 0});
+     },
+     ZAN_MODEL_ERR_DIMENSION, "Hilbert dimension 512 exceeds ZAN_MAX_STATES=256"},
+    {[](TestModel *m) {
+         set_quantum_numbers(m, {255, 2147483647});
+     },
+     ZAN_MODEL_ERR_DIMENSION, "Hilbert dimension 549755813888 exceeds ZAN_MAX_STATES=256"},
+    {[](TestModel *m) {
+         set_quantum_numbers(m, {1, 0, 1000});
+     },
+     ZAN_MODEL_ERR_RANGE, "spin_quantum_numbers[2]=0 must be >= 1 (legacy stores 2I)"},
     {[](TestModel *m) { set_quantum_numbers(m, {-3}); }, ZAN_MODEL_ERR_RANGE,
      "spin_quantum_numbers[1]=-3 must be >= 1 (legacy stores 2I)"},
     {[](TestModel *m) { m->spin.j_hz[2][2] = 1e-300; }, ZAN_MODEL_ERR_RANGE,
@@ -158,8 +175,8 @@ static const ValidationCase spin_cases[] = {
          m->spin.j_hz[2][1] = 7.0000001;
      },
      ZAN_MODEL_ERR_RANGE, "j_hz matrix is not symmetric at (1,2) and (2,1)"},
-    {[](TestModel *m) { m->spin.j_hz[2][3] = m->spin.j_hz[3][2] = nan_value; },
-     ZAN_MODEL_ERR_RANGE, "j_hz matrix is not symmetric at (2,3) and (3,2)"},
+    {[](TestModel *m) { m->spin.j_hz[2][3] = m->spin.j_hz[3][2] = nan_value; }, ZAN_MODEL_ERR_RANGE,
+     "j_hz matrix is not symmetric at (2,3) and (3,2)"},
     {[](TestModel *m) { m->spin.subgroup_count = 33; }, ZAN_MODEL_ERR_RANGE,
      "subgroup_count=33 is outside 0..32"},
     {[](TestModel *m) { m->spin.subgroup_count = -1; }, ZAN_MODEL_ERR_RANGE,
@@ -311,8 +328,7 @@ static const ValidationCase model_cases[] = {
          m->seq.sectors[1].sector_type = 2;
          m->seq.sectors[1].number_of_evolpoints = 2;
      },
-     ZAN_MODEL_ERR_INCOMPATIBLE,
-     "spatial sequence sector 1 has invalid sector_type=2; expected 1"},
+     ZAN_MODEL_ERR_INCOMPATIBLE, "spatial sequence sector 1 has invalid sector_type=2; expected 1"},
     {[](TestModel *m) {
          make_spatial(m);
          m->seq.sectors[2].number_of_evolpoints = 8;

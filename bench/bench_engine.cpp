@@ -1,0 +1,208 @@
+// bench_engine.cpp - what a simulation spends its time on, for 2, 4, 6 and 8 spins 1/2.
+//
+// All benchmarks work on one spin system, a chain with full coupling, set up in the runtime state
+// as a model would do it; the argument is the number of states n.
+#include "platformlib.h"
+#include "propagatorlib.h"
+#include "receiverlib.h"
+#include "zan.h"
+
+#include <benchmark/benchmark.h>
+#include <cmath>
+#include <complex>
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <system_error>
+#include <vector>
+
+static constexpr int SAMPLES = 16;
+static constexpr double DURATION = 1e-3; // s
+static constexpr double STEP = DURATION / SAMPLES;
+static const double pi = pi_val();
+
+static int spins_for(int states)
+{
+    return static_cast<int>(std::lround(std::log2(states)));
+}
+
+static void set_up_chain(int states)
+{
+    ZAN_SetSmokeCheckMode(1);
+    init();
+    rt.Nspins = spins_for(states);
+    rt.Jexact = 2;
+    rt.Jcount = 0;
+    for (int i = 1; i <= 8; i++) {
+        rt.quantnum[i] = 1;
+        rt.relspinamp[i] = 1.0;
+        rt.resofreqs[i] = 70.0 * i - 300.0;
+        for (int k = 1; k <= 8; k++)
+            rt.jc[i][k] = std::abs(i - k) == 1 ? 7.0 + i + k : 0.0;
+    }
+    ZAN_RebuildSpinSystemFromPulseSequenceGlobals();
+    rt.systemset = 1;
+}
+
+// A phase-modulated pulse under a gradient along x.
+static void set_up_pulse(void)
+{
+    for (int k = 0; k < SAMPLES; k++) {
+        const double amplitude = 2.0 * pi * 400.0 * std::sin(pi * (k + 0.5) / SAMPLES);
+        rt.xb[k] = amplitude * std::cos(0.3 * k);
+        rt.yb[k] = amplitude * std::sin(0.3 * k);
+        rt.gx[k] = 2.0 * pi * 350.0;
+        rt.gy[k] = 0.0;
+        rt.gz[k] = 0.0;
+    }
+}
+
+// Istat <- Izee + Icoup, negated: what the propagators and the receiver exponentiate.
+static void set_up_negated_hamiltonian(void)
+{
+    CMatRMultAdd(rt.n, &rt.Izee, -1.0, &rt.Icoup, -1.0, &rt.Istat);
+}
+
+static void count_items(benchmark::State &state, int per_iteration, const char *what)
+{
+    state.SetItemsProcessed(state.iterations() * per_iteration);
+    state.SetLabel(what);
+}
+
+static void DenseExponential(benchmark::State &state)
+{
+    static CMatrix hamiltonian, result;
+    set_up_chain(static_cast<int>(state.range(0)));
+    set_up_negated_hamiltonian();
+    CMatRMultAdd(rt.n, &rt.Istat, 1.0, &rt.Ixtot, 2.0 * pi * 400.0, &hamiltonian);
+    for (auto _ : state) {
+        ExpMatrix(rt.n, &hamiltonian, STEP, &result);
+        benchmark::DoNotOptimize(&result);
+        benchmark::ClobberMemory();
+    }
+    count_items(state, 1, "exponentials");
+}
+
+static void SectorPropagator(benchmark::State &state)
+{
+    static CMatrix h0;
+    set_up_chain(static_cast<int>(state.range(0)));
+    set_up_pulse();
+    CMatAdd(rt.n, &rt.Izee, &rt.Icoup, &h0);
+    SectorField field{};
+    field.n = rt.n;
+    field.H0 = &h0;
+    field.Izgrad = &rt.Izgrad;
+    field.Ixtot = &rt.Ixtot;
+    field.Iytot = &rt.Iytot;
+    field.ap = SAMPLES;
+    field.tau = STEP;
+    field.xb = rt.xb;
+    field.yb = rt.yb;
+    field.gx = rt.gx;
+    field.gy = rt.gy;
+    field.gz = rt.gz;
+    const Position position{0.4, 0.0, 0.0};
+    std::vector<std::complex<double>> propagator(static_cast<size_t>(rt.n) *
+                                                 static_cast<size_t>(rt.n));
+    for (auto _ : state) {
+        SectorPropagators(field, &position, 1, propagator.data());
+        benchmark::ClobberMemory();
+    }
+    count_items(state, SAMPLES, "samples");
+}
+
+static void ReceiverSignal(benchmark::State &state)
+{
+    constexpr int points = 64;
+    set_up_chain(static_cast<int>(state.range(0)));
+    set_up_negated_hamiltonian();
+    std::vector<double> re(points), im(points);
+    for (auto _ : state) {
+        ReceiverTrace(rt.n, points, 0.5e-3, &rt.Iytot, &rt.Istat, &rt.Ixtot, &rt.Iytot, re.data(),
+                      im.data());
+        benchmark::ClobberMemory();
+    }
+    count_items(state, points, "points");
+}
+
+static bool write_pulse_file(const char *path)
+{
+    std::FILE *out = std::fopen(path, "wb");
+    if (out == nullptr)
+        return false;
+    bool good = true;
+    for (const double *block : {rt.xb, rt.yb, rt.gx, rt.gy, rt.gz})
+        good = std::fwrite(block, sizeof(double), SAMPLES, out) == SAMPLES && good;
+    return std::fclose(out) == 0 && good;
+}
+
+static void set_up_run(int positions)
+{
+    rt.sequencetype = 1;
+    rt.nos = 1;
+    rt.sectype[1] = 1;
+    rt.noti[1] = SAMPLES;
+    rt.nevo[1] = 1;
+    rt.sectdur[1] = DURATION;
+    rt.statoff[1] = 0.0;
+    std::snprintf(rt.fnames[1], sizeof rt.fnames[1], "pulse.bin");
+    rt.remarks[1][0] = '\0';
+    rt.resultflnm[0] = '\0';
+    rt.ndx = positions;
+    rt.ndy = rt.ndz = 1;
+    rt.x0 = -1.0;
+    rt.dx = 2.0 / positions;
+    rt.y0 = rt.z0 = rt.dy = rt.dz = 0.0;
+    rt.offsetset = rt.sectorset = 1;
+}
+
+// A run leaves its density matrices in the working directory: a folder of our own.
+static bool enter_scratch(std::string *folder)
+{
+    std::error_code failure;
+    const std::filesystem::path temp = std::filesystem::temp_directory_path(failure);
+    if (failure)
+        return false;
+    *folder = (temp / ("bench_engine_" + std::to_string(plat_process_id()))).string();
+    return plat_make_dir(folder->c_str()) && plat_change_dir(folder->c_str());
+}
+
+static void SpatialRun(benchmark::State &state)
+{
+    const int states = static_cast<int>(state.range(0));
+    const int positions = states < 64 ? 64 : 4;
+    std::string before, folder;
+    if (!plat_current_dir(&before) || !enter_scratch(&folder)) {
+        state.SkipWithError("no scratch folder");
+        return;
+    }
+    set_up_chain(states);
+    set_up_pulse();
+    set_up_run(positions);
+    if (!write_pulse_file("pulse.bin"))
+        state.SkipWithError("pulse.bin cannot be written");
+    for (auto _ : state) {
+        SimulateLoadedPulseSequence();
+        if (rt.calc != 1) {
+            state.SkipWithError("the sector was not propagated");
+            break;
+        }
+    }
+    count_items(state, positions, "positions");
+    plat_change_dir(before.c_str());
+    std::error_code failure;
+    std::filesystem::remove_all(folder, failure);
+}
+
+// Wall time, as the engine may use several threads. The largest size is timed in one go.
+#define FOR_ALL_SIZES(name)                                                                        \
+    BENCHMARK(name)->Unit(benchmark::kMillisecond)->UseRealTime()->Arg(4)->Arg(16)->Arg(64);       \
+    BENCHMARK(name)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Arg(256)
+
+FOR_ALL_SIZES(DenseExponential);
+FOR_ALL_SIZES(SectorPropagator);
+FOR_ALL_SIZES(ReceiverSignal);
+FOR_ALL_SIZES(SpatialRun);
+
+BENCHMARK_MAIN();
