@@ -6,9 +6,13 @@ using State = EngineTest;
 
 TEST_F(State, SectorTypesHaveTheirLabels)
 {
-    const char *const expected[] = {
-        "<unset>",          "hard pulse",       "AM pulse", "FM / adiabatic pulse",
-        "pulse file Bx/By", "pulse file Bx/Bz", "waiting time / free precession"};
+    const char *const expected[] = {"<unset>",
+                                    "hard pulse",
+                                    "AM pulse",
+                                    "FM / adiabatic pulse",
+                                    "pulse file Bx/By",
+                                    "pulse file Bx/Bz",
+                                    "waiting time / free precession"};
     for (int type = 0; type <= 6; type++)
         EXPECT_STREQ(SectorTypeLabel(type), expected[type]);
     EXPECT_STREQ(SectorTypeLabel(7), "<unknown>");
