@@ -73,15 +73,8 @@ size_t end_of_pieces(const std::string &text, const std::vector<std::string> &pi
     return at;
 }
 
-} // namespace
-
-TEST(UserGuide, ShowsWhatTheProgramPrints)
+void expect_transcript(const Tree &tree, const GuideSession &session, const ProgramResult &result)
 {
-    const Tree tree;
-    copy_examples(tree);
-    const GuideSession session = read_guide();
-    ASSERT_GT(session.printed.size(), 10u);
-    const ProgramResult result = run_zan(tree, {}, session.typed);
     EXPECT_EQ(result.exit_code, 0);
     EXPECT_EQ(result.err, "");
     const std::string printed = replaced(result.out, tree.root, "/home/me/zan");
@@ -89,20 +82,30 @@ TEST(UserGuide, ShowsWhatTheProgramPrints)
 }
 
 // What the text around the blocks says about the files of the session.
-TEST(UserGuide, NamesTheFilesAndTheNumberThatTheSessionLeaves)
+void expect_files(const Tree &tree)
 {
-    const Tree tree;
-    copy_examples(tree);
-    run_zan(tree, {}, read_guide().typed);
     const std::string table = read_file(tree_path(tree, "build/runtime/methyl.txt"));
-    double middle = 0.0;
     const size_t row = table.find("\n   33 ");
+    double middle = 0.0;
     ASSERT_NE(row, std::string::npos) << table;
     ASSERT_EQ(std::sscanf(table.c_str() + row, " 33 %lf", &middle), 1);
     EXPECT_NEAR(middle, 0.998, 0.0005);
-    EXPECT_EQ(fs::file_size(tree_path(tree, "build/runtime/sum.bin")), 64 * sizeof(double));
+    const std::string sum = read_file(tree_path(tree, "build/runtime/sum.bin"));
+    EXPECT_EQ(sum.size(), 64 * sizeof(double));
     for (const char *name : {"models/lactate copy.zanmodel", "spin-systems/lactate copy.zanspin",
                              "sequences/lactate copy/lactate copy.zanseq", "build/runtime/dm.bin",
                              "build/runtime/results/lactate-slice.bin"})
         EXPECT_TRUE(fs::exists(tree_path(tree, name))) << name;
+}
+
+} // namespace
+
+TEST(UserGuide, ShowsWhatTheProgramPrintsAndWrites)
+{
+    const Tree tree;
+    copy_examples(tree);
+    const GuideSession session = read_guide();
+    ASSERT_GT(session.printed.size(), 10u);
+    expect_transcript(tree, session, run_zan(tree, {}, session.typed));
+    expect_files(tree);
 }
