@@ -1,16 +1,26 @@
 // console.cpp - standard input from a text or a pseudo-terminal.
 #include "console.h"
 
+#include "consoleutil.h"
+
 #include <cstdio>
 #include <cstdlib>
 
 #include <fcntl.h>
 #include <unistd.h>
 
-static void use_as_stdin(const std::string &path)
+static void reopen_stdin(const char *path)
 {
-    if (!std::freopen(path.c_str(), "r", stdin))
+    if (!std::freopen(path, "r", stdin))
         std::abort();
+}
+
+// An earlier test's answer whose line was not read to its end must not cost the new input a line.
+static void use_as_stdin(const char *path)
+{
+    reopen_stdin("/dev/null");
+    ConsoleDropLine();
+    reopen_stdin(path);
 }
 
 void feed_stdin(const std::string &text)
