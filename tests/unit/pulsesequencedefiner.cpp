@@ -143,9 +143,10 @@ TEST_F(Composer, AcceptsUpToSixSpinsAndSixtyFourStates)
     struct Case {
         const char *typed, *last_line;
     };
-    for (const Case &c : {Case{"3\n3\n3\n3\n", "n = 64\n"}, Case{"6\n1\n1\n1\n1\n1\n1\n", "n = 64\n"},
-                          Case{"1\n63\n", "n = 64\n"}, Case{"0\n", "n = 1\n"},
-                          Case{"-4\n", "n = 1\n"}, Case{"1\n64\n1\n2\n", "n = 3\n"}}) {
+    for (const Case &c :
+         {Case{"3\n3\n3\n3\n", "n = 64\n"}, Case{"6\n1\n1\n1\n1\n1\n1\n", "n = 64\n"},
+          Case{"1\n63\n", "n = 64\n"}, Case{"0\n", "n = 1\n"}, Case{"-4\n", "n = 1\n"},
+          Case{"1\n64\n1\n2\n", "n = 3\n"}}) {
         const std::string text = captured(PS_IspinsParams, c.typed);
         EXPECT_TRUE(text.ends_with(c.last_line)) << text;
         EXPECT_EQ(rest_of_stdin(), "") << c.typed;
@@ -201,8 +202,7 @@ TEST_F(Composer, OneSpinHasNoCouplings)
 TEST_F(Composer, TheEntryBuildsTheOperatorsQuietly)
 {
     rt.jc[1][2] = rt.jc[2][1] = 99.0; // of an imported system
-    const std::string text =
-        captured(ps_redefine_spin_system, "2\n1\n1\n1\n0.5\n100\n-50\n1\n8\n");
+    const std::string text = captured(ps_redefine_spin_system, "2\n1\n1\n1\n0.5\n100\n-50\n1\n8\n");
     EXPECT_EQ(text.find("BuildSpinSystem"), std::string::npos) << text;
     EXPECT_NE(text.find("n = 4\n"
                         "Relative Intensity of Spin (1) = Relative Intensity of Spin (2) = "

@@ -28,8 +28,7 @@ TEST(BinArrayOut, WritesTheFiveBlocksInOrder)
                  gz[] = {9, 10, -1};
     const int ap = 2;
     BinArrayOut(&ap, xb, yb, gx, gy, gz, dir.file("s.bin").c_str());
-    EXPECT_EQ(doubles(dir.read("s.bin")),
-              (std::vector<double>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
+    EXPECT_EQ(doubles(dir.read("s.bin")), (std::vector<double>{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
 }
 
 TEST(BinArrayOut2D, WritesTheTwoBlocksInOrder)

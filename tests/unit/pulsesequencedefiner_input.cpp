@@ -26,9 +26,9 @@ TEST(ParseIntInputLine, TakesOneWholeNumberAndNothingElse)
          {Case{"12", true, 12}, Case{"  -7 ", true, -7}, Case{"\t+3\t", true, 3},
           Case{"007", true, 7}, Case{"0", true, 0}, Case{"2147483647", true, INT_MAX},
           Case{"2147483648", true, INT_MAX}, Case{"-99999999999999999999", true, INT_MIN},
-          Case{"", false, 0}, Case{"   ", false, 0}, Case{"12abc", false, 0},
-          Case{"abc", false, 0}, Case{"1 2", false, 0}, Case{"1.5", false, 0}, Case{"-", false, 0},
-          Case{"0x10", false, 0}, Case{"1e3", false, 0}}) {
+          Case{"", false, 0}, Case{"   ", false, 0}, Case{"12abc", false, 0}, Case{"abc", false, 0},
+          Case{"1 2", false, 0}, Case{"1.5", false, 0}, Case{"-", false, 0}, Case{"0x10", false, 0},
+          Case{"1e3", false, 0}}) {
         int value = 0;
         EXPECT_EQ(parse_int_input_line(c.line, &value), c.accepted) << '"' << c.line << '"';
         EXPECT_EQ(value, c.value) << '"' << c.line << '"';

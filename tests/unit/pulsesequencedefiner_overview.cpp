@@ -116,8 +116,7 @@ TEST_F(SpatialOverview, MissingSectorsEndAtTwenty)
 TEST_F(SpatialOverview, GuidanceGivesTheFirstStepThatIsOpen)
 {
     const std::string heading = "Suggested next step:\n--------------------\n";
-    EXPECT_EQ(captured(ps_print_spatial_sequence_guidance),
-              heading + "Define sector 1 first.\n");
+    EXPECT_EQ(captured(ps_print_spatial_sequence_guidance), heading + "Define sector 1 first.\n");
     rt.noti[2] = 1;
     EXPECT_EQ(captured(ps_print_spatial_sequence_guidance),
               heading + "Define the next sector, save the current model, or run it from the main "
