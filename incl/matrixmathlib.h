@@ -63,7 +63,8 @@ typedef double RealMatrix128[HERMIT_REAL_DIM][HERMIT_REAL_DIM]; // 0-based
 typedef double ColumnStore[MATRIXMATH_DIM][MATRIXMATH_DIM];     // [component][vector], 1-based
 
 // A = Z·diag(D)·Z†, D[1..n] ascending, orthonormal eigenvectors in the columns of Z. The Jacobi
-// iteration ends after 60 rotations, so large dense matrices come out approximate.
+// iteration ends after 60 rotations: from n = 4 on a dense matrix comes out approximate, and the
+// columns of Z may then repeat.
 // n > 64 is refused: a line on the error stream, D and Z zero.
 void hermit(int n, const CMatrix *A, CMatrix *Z, double *D);
 void jacobi_real_symmetric(int N, RealMatrix128 &a, double *d, RealMatrix128 &v);

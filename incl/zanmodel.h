@@ -16,7 +16,7 @@ enum {
     ZAN_MODEL_SECTOR_CAP = 20
 };
 
-enum ZANModelStatus {
+enum ZANModelStatus : int {
     ZAN_MODEL_OK = 0,
     ZAN_MODEL_ERR_NULLPTR = 1,
     ZAN_MODEL_ERR_IO = 2,

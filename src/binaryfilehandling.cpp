@@ -33,6 +33,7 @@ binfh_status ReadBinFileHeader_status(FILE *fn, int32_t *type, int32_t *num1, in
     static const char *const calls[3] = {"fread(type)", "fread(num1)", "fread(num2)"};
     int32_t fields[3];
     for (int k = 0; k < 3; k++) {
+        errno = 0; // a file that ends early sets none
         if (std::fread(&fields[k], sizeof fields[k], 1, fn) != 1) {
             return io_error(calls[k]);
         }
@@ -93,7 +94,7 @@ static bool is_stored(int row, int col)
 
 bool write_cmatrix_row(FILE *out, int n, const CMatrix *mat, int row)
 {
-    if (!is_row_length(n)) {
+    if (!out || !is_row_length(n) || row < 1 || row > n) {
         return false;
     }
     double buffer[2 * MATRIXMATH_DIM] = {};

@@ -208,7 +208,7 @@ static void take_orthonormal_column(int n, int first, int col, int idx, int s, i
         take_column(n, col, s + (idx - s + tried) % (e - s));
         remove_earlier_columns(n, first, col, vecs_re, vecs_im);
         tried++;
-    } while (tried < e - s && squared_length(n, col, vecs_re, vecs_im) < 1e-6);
+    } while (tried < e - s && squared_length(n, col, vecs_re, vecs_im) < 1e-12);
     scale_to_unit_length(n, col, vecs_re, vecs_im);
 }
 

@@ -130,7 +130,7 @@ static void make_receiver_hamiltonian(int n, double offset_hz, const CMatrix *Is
 
 static bool write_trace(FILE *out, const Receiver &r)
 {
-    for (int k = 0; k < r.points; k++) {
+    for (size_t k = 0; k < (size_t)r.points; k++) {
         const double sample[2] = {finite_or_zero(r.re[k]), finite_or_zero(r.im[k])};
         if (std::fwrite(sample, sizeof(double), 2, out) != 2)
             return false;

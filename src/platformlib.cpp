@@ -72,6 +72,11 @@ bool plat_is_dir(const char *path)
     return has_attributes(path, FILE_ATTRIBUTE_DIRECTORY, FILE_ATTRIBUTE_DIRECTORY);
 }
 
+bool plat_is_file(const char *path)
+{
+    return has_attributes(path, FILE_ATTRIBUTE_DIRECTORY, 0);
+}
+
 bool plat_is_regular_file(const char *path)
 {
     return has_attributes(path, FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT, 0);
@@ -209,6 +214,12 @@ bool plat_is_dir(const char *path)
     return stat(path, &info) == 0 && S_ISDIR(info.st_mode);
 }
 
+bool plat_is_file(const char *path)
+{
+    struct stat info;
+    return stat(path, &info) == 0 && S_ISREG(info.st_mode);
+}
+
 bool plat_is_regular_file(const char *path)
 {
     struct stat info;
@@ -309,7 +320,7 @@ std::vector<std::string> plat_list_files(const char *dir, const char *suffix)
 {
     std::vector<std::string> names = plat_list_entries(dir, suffix);
     std::erase_if(names, [&](const std::string &name) {
-        return plat_is_dir((std::string(dir) + plat_separator + name).c_str());
+        return !plat_is_file((std::string(dir) + plat_separator + name).c_str());
     });
     return names;
 }

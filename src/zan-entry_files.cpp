@@ -4,6 +4,7 @@
 // Where the directories lie is said by zanpaths; the menu asks through here.
 #include "zan-entry.h"
 
+#include "binaryfilehandling.h"
 #include "consoleutil.h"
 #include "platformlib.h"
 #include "zan-entry_internal.h"
@@ -14,15 +15,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
 
 enum { path_size = 4096, max_listed_models = 256, model_name_size = 260 };
-
-struct FileCloser {
-    void operator()(FILE *f) const { std::fclose(f); }
-};
-using FilePtr = std::unique_ptr<FILE, FileCloser>;
 
 char g_loaded_model_path[1024];
 int g_loaded_model_path_valid;
@@ -365,6 +360,7 @@ int prompt_model_selection_from_default_dir(char *full_path, size_t full_path_sz
     if (ZAN_BuildPath(full_path, full_path_sz, dir, names[number - 1]))
         return 1;
     std::fprintf(stderr, "[ZAN] Model path is too long: %s in %s\n", names[number - 1], dir);
+    wait_to_return_to_menu();
     return 0;
 }
 

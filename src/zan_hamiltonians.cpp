@@ -6,6 +6,7 @@
 #include "zan_internal.h"
 
 #include <cmath>
+#include <cstring>
 
 void AccumulateCMat(int n, const CMatrix *A, CMatrix *B)
 {
@@ -84,24 +85,28 @@ void zan_build_transverse_totals(int norm)
     MakeTotalIy(rt.n, rt.Nspins, rt.ket, rt.Ilist, norm, &rt.Iytot);
 }
 
-static bool any_matrix_coupling(void)
+static bool any_coupling(const double (&jc)[9][9])
 {
-    for (const auto &row : rt.jc)
+    for (const auto &row : jc)
         for (double J : row)
             if (std::fabs(J) > 0.0)
                 return true;
     return false;
 }
 
+// Leaves jc with the couplings of the pairs and nothing else.
 static void build_couplings(void)
 {
-    const bool from_matrix = any_matrix_coupling();
+    double saved[9][9];
+    std::memcpy(saved, rt.jc, sizeof saved);
+    std::memset(rt.jc, 0, sizeof rt.jc);
+    const bool from_matrix = any_coupling(saved);
     int pair = 0;
     CMatZero(rt.n, &rt.Icoup);
     for (int i = 1; i <= rt.Nspins; i++)
         for (int j = i + 1; j <= rt.Nspins; j++) {
             pair++;
-            double J = rt.jc[i][j];
+            double J = saved[i][j];
             if (!from_matrix)
                 J = pair <= rt.Jcount ? rt.couplings[pair] : 0.0;
             rt.jc[i][j] = rt.jc[j][i] = J;

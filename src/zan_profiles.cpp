@@ -16,11 +16,11 @@ static bool spin_system_is_prepared(void)
 
 static void write_profile_line(FILE *out, int p, const Complex2 &value)
 {
-    const int plane = rt.ndz * rt.ndy;
-    const int ix = plane > 0 ? p / plane : 0, rest = plane > 0 ? p % plane : 0;
-    const int iy = rt.ndz > 0 ? rest / rt.ndz : 0, iz = rt.ndz > 0 ? rest % rt.ndz : 0;
-    std::fprintf(out, "%d,%.17g,%.17g,%.17g,%.17g,%.17g\n", p + 1, rt.x0 + ix * rt.dx,
-                 rt.y0 + iy * rt.dy, rt.z0 + iz * rt.dz, value[COMPLEX_RE], value[COMPLEX_IM]);
+    const int64_t plane = (int64_t)rt.ndz * rt.ndy;
+    const int64_t ix = plane > 0 ? p / plane : 0, rest = plane > 0 ? p % plane : 0;
+    const int64_t iy = rt.ndz > 0 ? rest / rt.ndz : 0, iz = rt.ndz > 0 ? rest % rt.ndz : 0;
+    std::fprintf(out, "%d,%.17g,%.17g,%.17g,%.17g,%.17g\n", p + 1, rt.x0 + (double)ix * rt.dx,
+                 rt.y0 + (double)iy * rt.dy, rt.z0 + (double)iz * rt.dz, value[COMPLEX_RE], value[COMPLEX_IM]);
 }
 
 static bool write_profile_lines(FILE *in, int points, const CMatrix *op, FILE *out)

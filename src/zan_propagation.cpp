@@ -23,6 +23,16 @@ static const int64_t MAX_BATCH = 4096, MAX_KEPT = 65536;
 
 enum WriteResult { WRITTEN, NOT_OPENED, NO_HEADER, NO_DATA };
 
+// A spin system, and no more matrices than the header of a file can count. False after a message.
+static bool can_be_propagated(const char *who, int64_t matrices)
+{
+    if (rt.n >= 1 && matrices >= 1 && matrices <= INT32_MAX)
+        return true;
+    std::printf("%s: cannot propagate n=%d states, %lld matrices\n", who, rt.n,
+                (long long)matrices);
+    return false;
+}
+
 // The finished "store" becomes "dm.bin".
 static bool close_and_replace(FilePtr store)
 {
@@ -104,15 +114,25 @@ struct Batch {
     std::unique_ptr<int[]> which;   // propagator of each
 };
 
+// Small enough for the progress to show: at most a hundredth of all matrices.
 static bool make_batch(Batch *b, int total)
 {
     b->size = (int64_t)rt.n * rt.n;
     int64_t fits = BATCH_BYTES / (b->size * (int64_t)sizeof(Complex));
-    fits = fits < 1 ? 1 : fits > MAX_BATCH ? MAX_BATCH : fits;
-    b->capacity = (int)(fits < total ? fits : total);
+    const int64_t visible = total / 100;
+    fits = fits > visible ? visible : fits;
+    fits = fits > MAX_BATCH ? MAX_BATCH : fits;
+    b->capacity = (int)(fits < 1 ? 1 : fits);
     b->rho.reset(new (std::nothrow) Complex[(size_t)(b->size * b->capacity)]);
     b->which.reset(new (std::nothrow) int[(size_t)b->capacity]);
     return b->rho && b->which;
+}
+
+// densmat holds the matrix that was propagated last.
+static void keep_last(const Batch &b)
+{
+    if (b.count > 0)
+        unpack_matrix(rt.n, b.rho.get() + (b.count - 1) * b.size, &rt.densmat);
 }
 
 static bool read_batch(FILE *in, int wanted, Batch *b)
@@ -188,8 +208,8 @@ static void find_propagators(const SectorField &field, int64_t first, Propagator
         const auto [entry, added] =
             cache->slot.try_emplace(voxel_key(*cache, first + v), known + missing);
         if (added)
-            cache->missing[missing++] = voxel_position(first + v);
-        b->which[v] = entry->second;
+            cache->missing.get()[missing++] = voxel_position(first + v);
+        b->which.get()[v] = entry->second;
     }
     SectorPropagators(field, cache->missing.get(), missing,
                       cache->propagators.get() + known * b->size);
@@ -222,6 +242,7 @@ static const char *propagate_voxels(FILE *in, FILE *store, const SectorField &fi
         const bool whole = read_batch(in, (int)(left < b.capacity ? left : b.capacity), &b);
         find_propagators(field, first, &cache, &b);
         RotateDensities(rt.n, cache.propagators.get(), b.which.get(), b.count, b.rho.get());
+        keep_last(b);
         for (int v = 0; v < b.count; v++) {
             if (!write_packed_matrix(store, rt.n, b.rho.get() + v * b.size))
                 return STORE_WRITE_ERROR;
@@ -295,12 +316,17 @@ static void rotate_3d_through_store(FilePtr in, int voxels)
 
 void Rotate3D(void)
 {
-    const int voxels = rt.ndx * rt.ndy * rt.ndz;
+    const int64_t whole_grid = (int64_t)rt.ndx * rt.ndy * rt.ndz;
     if (rt.pulseflag == 2) {
         std::puts(">>>> NO RF-PULSE DEFINED ERROR <<<<");
         ConsolePause();
         return;
     }
+    if (!can_be_propagated("Rotate3D", whole_grid)) {
+        ConsolePause();
+        return;
+    }
+    const int voxels = (int)whole_grid;
     if (rt.calc == 0) {
         rt.ndw = voxels;
         if (!initialise_dm_bin("Rotate3D")) {
@@ -318,16 +344,17 @@ void Rotate3D(void)
 
 // ------------------------------------------------------------------ 1D/2D sectors
 
-// The first row of a dm.bin with another number of rows becomes every row of a new one.
+// The first row of a dm.bin with another number of rows becomes every row of a new one. A file
+// of another kind is left for the caller to refuse; a cut one ends the sector without a word.
 static bool resize_dm_bin(void)
 {
     FilePtr old{std::fopen("dm.bin", "rb")};
     int32_t type, n, rows;
-    if (!old || ReadBinFileHeader_status(old.get(), &type, &n, &rows) != BINFH_OK || rows == rt.ndw)
+    if (!old || ReadBinFileHeader_status(old.get(), &type, &n, &rows) != BINFH_OK || type != 0 ||
+        n != rt.n || rows == rt.ndw)
         return true;
-    for (int row = 1; row <= rt.n; row++)
-        if (!read_cmatrix_row(old.get(), rt.n, &rt.densmat, row))
-            return true;
+    if (!read_density_matrix(old.get(), rt.n, rt.n, &rt.densmat))
+        return false;
     old.reset();
     switch (write_copies(type, n, rt.ndw, &rt.densmat)) {
     case NOT_OPENED:
@@ -351,7 +378,7 @@ static void find_evolution_propagators(SectorField field, double dt, int first, 
     for (int v = 0; v < b.count; v++) {
         field.tau = (first + v) * dt;
         SectorPropagators(field, &origin, 1, propagators + v * b.size);
-        b.which[v] = v;
+        b.which.get()[v] = v;
     }
 }
 
@@ -362,7 +389,7 @@ static void find_normal_propagator(SectorField field, double dt, const Batch &b,
     field.tau = dt;
     SectorPropagators(field, &origin, 1, propagator);
     for (int v = 0; v < b.capacity; v++)
-        b.which[v] = 0;
+        b.which.get()[v] = 0;
 }
 
 static const char *propagate_rows(FILE *in, FILE *store, const SectorField &field, bool evolves,
@@ -384,6 +411,7 @@ static const char *propagate_rows(FILE *in, FILE *store, const SectorField &fiel
         if (evolves)
             find_evolution_propagators(field, dt, first, b, propagators.get());
         RotateDensities(rt.n, propagators.get(), b.which.get(), b.count, b.rho.get());
+        keep_last(b);
         for (int v = 0; v < b.count; v++) {
             if (!write_packed_matrix(store, rt.n, b.rho.get() + v * b.size))
                 return "Rotate2D: write error to store";
@@ -431,6 +459,8 @@ void Rotate2D_internal(int sector_type, double dt, double offset)
         std::puts(">>>> NO RF-PULSE DEFINED ERROR <<<<");
         return;
     }
+    if (!can_be_propagated("Rotate2D", rt.ndw))
+        return;
     if (rt.calc == 0 ? !initialise_dm_bin("Rotate2D") : !resize_dm_bin())
         return;
     FilePtr in = open_dm_bin("Rotate2D", rt.ndw);

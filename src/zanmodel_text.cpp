@@ -26,17 +26,42 @@ bool zan_open_text(ZANTextReader *in, const char *filename, char *errbuf, size_t
     in->file.reset(plat_is_dir(filename) ? nullptr : std::fopen(filename, "rb"));
     in->filename = filename;
     in->line = 0;
+    in->zero_byte = false;
     in->text[0] = '\0';
     in->errbuf = errbuf;
     in->errbufsz = errbufsz;
     return in->file != nullptr;
 }
 
+// The bytes up to the line's end or as many as fit; 0 at the end of the file.
+static size_t read_piece(ZANTextReader *in)
+{
+    size_t length = 0;
+    int c = 0;
+    while (length + 1 < sizeof in->text && c != '\n' && (c = std::getc(in->file.get())) != EOF)
+        in->text[length++] = static_cast<char>(c);
+    in->text[length] = '\0';
+    return length;
+}
+
+// The mark that some editors put before the first line of a text in UTF-8.
+static void drop_byte_order_mark(char *text)
+{
+    if (std::strncmp(text, "\xEF\xBB\xBF", 3) == 0)
+        std::memmove(text, text + 3, std::strlen(text + 3) + 1);
+}
+
 bool zan_read_line(ZANTextReader *in)
 {
-    if (!std::fgets(in->text, sizeof in->text, in->file.get()))
+    const size_t length = read_piece(in);
+    if (length == 0)
         return false;
     in->line++;
+    in->zero_byte = std::memchr(in->text, '\0', length) != nullptr;
+    if (in->zero_byte) // what follows it would be lost
+        return false;
+    if (in->line == 1)
+        drop_byte_order_mark(in->text);
     trim_in_place(in->text);
     return true;
 }
@@ -63,6 +88,8 @@ ZANModelStatus zan_close_text(ZANTextReader *in)
         set_error(in->errbuf, in->errbufsz, "failed while closing '%s'", in->filename);
         return ZAN_MODEL_ERR_IO;
     }
+    if (in->zero_byte)
+        return zan_line_error(in, "zero byte in a text file");
     return ZAN_MODEL_OK;
 }
 

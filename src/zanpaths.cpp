@@ -47,8 +47,10 @@ int ZAN_ParentDir(char *path)
 int ZAN_GetExecutableDir(char *out, size_t outsz)
 {
     std::string path;
-    return plat_executable_path(&path) && ZAN_ParentDir(path.data()) &&
-           copy_str(out, outsz, path.c_str());
+    if (!plat_executable_path(&path))
+        return 0;
+    const size_t cut = path.rfind(plat_separator); // a backslash is a letter of names on Linux
+    return cut != std::string::npos && copy_str(out, outsz, path.substr(0, cut ? cut : 1).c_str());
 }
 
 static int default_dir(char *out, size_t outsz, const char *name)

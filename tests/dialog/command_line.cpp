@@ -219,6 +219,8 @@ TEST(RuntimeDirectory, OneThatCannotBeMadeIsAWarning)
 {
     const Tree tree;
     const ProgramResult result = run_zan(tree, {}, "", RunAs::nobody);
+    if (result.exit_code == 127)
+        GTEST_SKIP() << "another user cannot start programs here";
     EXPECT_TRUE(matches_expected("runtime_not_writable", transcript(tree, result)));
 }
 

@@ -107,7 +107,7 @@ TEST_F(BinFiles, AShortHeaderIsToldAndLeavesTheFields)
         errno = ENOENT;
         EXPECT_EQ(ReadBinFileHeader_status(f.get(), &type, &num1, &num2), BINFH_ERR_IO);
         EXPECT_EQ(testing::internal::GetCapturedStderr(),
-                  std::string(c.call) + ": " + std::strerror(ENOENT) + "\n");
+                  std::string(c.call) + ": " + std::strerror(0) + "\n"); // not a stale error
         std::rewind(f.get());
         testing::internal::CaptureStderr();
         ReadBinFileHeader(f.get(), &type, &num1, &num2);

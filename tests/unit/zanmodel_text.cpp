@@ -143,6 +143,7 @@ TEST(ModelPaths, AreReadableOnlyAsFiles)
     EXPECT_FALSE(zan_find_readable_file(dir.file("dir"), &found));
     EXPECT_FALSE(zan_find_readable_file(dir.file("Dir/missing"), &found));
     EXPECT_FALSE(zan_find_readable_file("", &found));
+    EXPECT_FALSE(zan_find_readable_file("/dev/null", &found));
     EXPECT_EQ(found, "untouched");
     EXPECT_TRUE(zan_find_readable_file(file, &found));
     EXPECT_EQ(found, file);
@@ -404,7 +405,7 @@ TEST(ModelFile, RefusesAFileWithTheWholeMessage)
 {
     for (const RefusalCase &c : refusal_cases)
         expect_refusal(c.text, c.status, c.message);
-    const std::string longer(300, 'p');
+    const std::string longer(1100, 'p');
     for (const std::string key : {"spin_system_file", "sequence_file", "result_file"})
         expect_refusal(key + ": " + longer + "\n", ZAN_MODEL_ERR_IO,
                        "line 1: could not resolve " + key);
@@ -499,5 +500,19 @@ TEST(ModelFile, SurvivesBytesThatAreNoText)
     for (int k = 0; k < 10000; k++)
         bytes += static_cast<char>((k * 7919 + k / 251) & 255);
     EXPECT_EQ(load(bytes).status, ZAN_MODEL_ERR_PARSE);
-    EXPECT_EQ(load(std::string(5000, '\0')).message, "missing required key 'format_version'");
+    EXPECT_EQ(load(std::string(5000, '\0')).message, "line 1: zero byte in a text file");
+}
+
+TEST(ModelFile, RefusesAZeroByteThatWouldHideTheRestOfItsLine)
+{
+    const std::string hidden("ndx: 1\0 99", 11);
+    expect_refusal("format_version: 1\n" + hidden, ZAN_MODEL_ERR_PARSE,
+                   "line 2: zero byte in a text file");
+    expect_refusal("format_version: 1\n" + hidden + "\nndy: 1\n", ZAN_MODEL_ERR_PARSE,
+                   "line 2: zero byte in a text file");
+}
+
+TEST(ModelFile, TakesAByteOrderMarkBeforeItsFirstLine)
+{
+    loaded("\xEF\xBB\xBF" + model_text);
 }
