@@ -283,7 +283,7 @@ TEST(Composer, A2DSectorOfTenThousandIntervalsWrites8192Samples)
 {
     const Tree tree;
     const ProgramResult result = compose_session(
-        tree, 2, script("#1|#1|#1") + rectangle_of("10000", "100") + script("m||~0|long"));
+        tree, 2, script("#1|#1|#1") + script("#4|#10000|~100|>3|>3|~1") + script("m||~0|long"));
     EXPECT_EQ(result.err, "WARNING: ap=10000 exceeds ZAN_MAX_RF_POINTS=8192; clamping.\n");
     EXPECT_EQ(read_file(tree_path(tree, "rf-output/m_2d_s01.bin")).size(), 16u * 8192u);
     EXPECT_TRUE(mentions(result.out, "  time intervals        : 10000\n"));
@@ -436,16 +436,19 @@ TEST(Composer, APathOf255CharactersIsStoredAndALongerOneRefused)
     const Tree tree;
     const size_t room = 255 - tree_path(tree, "rf-output/").size();
     const std::string fits(room, 'x'), longer(room + 1, 'x');
-    const ProgramResult stored = compose_session(tree, 1, waiting_sector_named(fits));
-    EXPECT_EQ(read_file(tree_path(tree, "rf-output/" + fits)).size(), 40u) << stored.out;
-    Answers answers = waiting_sector_named(longer);
-    answers.pop_back();
-    const ProgramResult refused = compose_session(tree, 1, answers);
-    EXPECT_TRUE(mentions(refused.out, "Resolved output path is too long for internal storage:\n"
-                                      "  " +
-                                          tree_path(tree, "rf-output/" + longer) + "\n"));
-    EXPECT_TRUE(mentions(refused.out, "   RF/gradient file : <unset>\n"));
+    Answers again = waiting_sector_named(longer);
+    again.pop_back();             // no note
+    again.erase(again.end() - 2); // the short name is known
+    const ProgramResult result = compose_session(tree, 1, waiting_sector_named(fits) + again);
+    EXPECT_EQ(read_file(tree_path(tree, "rf-output/" + fits)).size(), 40u);
+    EXPECT_TRUE(mentions(result.out, "Resolved output path is too long for internal storage:\n"
+                                     "  " +
+                                         tree_path(tree, "rf-output/" + longer) + "\n"));
     EXPECT_FALSE(std::filesystem::exists(tree_path(tree, "rf-output/" + longer)));
+    // The sector has lost its file, and kept its note.
+    EXPECT_TRUE(mentions(result.out, "   RF/gradient file : <unset>\n"
+                                     "   Offset frequency : 0.000E+00 [Hz]\n"
+                                     "   Remark           : noted\n"));
 }
 
 TEST(Composer, ALongPathIsRefusedFor2DSectorsAsWell)
