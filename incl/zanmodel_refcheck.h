@@ -3,8 +3,8 @@
 //
 // Every case prints one PASS line (the malformed models one each), or a FAIL line for every
 // comparison that does not hold, and returns 1 or 0. Files lie below zan-refcheck-work in the
-// working directory and stay there; the spatial run replaces dm.bin in the working directory.
-// Apart from that run nothing is left changed: the runtime state is restored at the end.
+// working directory and stay there. The suite leaves the loaded model as it was; the spatial run
+// replaces dm.bin in the working directory and the samples of the sector at hand.
 #ifndef ZAN_ZANMODEL_REFCHECK_H
 #define ZAN_ZANMODEL_REFCHECK_H
 

@@ -99,6 +99,7 @@ int run_quietly(RefModel *model);
 int CheckSpatialGradientResultFile(const char *path, CMatrix *center, bool *has_center);
 // rho under the Hamiltonian and Ixtot of the runtime state: its four lines are equally strong.
 int CheckCenterStateSpectrumEqualAmplitudes(const CMatrix *rho);
+int check_spatial_result(const char *path); // both, after a run
 
 // ---- model files (zanmodel_refcheck_models.cpp) ----
 
