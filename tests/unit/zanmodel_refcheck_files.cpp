@@ -389,9 +389,28 @@ TEST_F(RefCheckFiles, PathsThatDoNotFitAreTold)
     EXPECT_EQ(printed(0, RunSpatialGradientReferenceCase),
               "FAIL spatgrad  could not build reference file paths\n");
     fs::current_path(here);
-    enter_long_directory(180);
+    enter_long_directory(169);
     EXPECT_EQ(printed(0, RunSplitCompositionReferenceCase),
               "FAIL split     could not build reference file paths\n");
+}
+
+// The loader goes through models/.. to the waveform: ten characters more than the file's own path.
+TEST_F(RefCheckFiles, AWorkingDirectoryOf158CharactersIsTheLongest)
+{
+    const fs::path here = fs::current_path();
+    enter_long_directory(158);
+    captured(RunSplitCompositionReferenceCase);
+    RefModel model;
+    EXPECT_EQ(
+        load_reference_model("zan-refcheck-work/split-composition/models/case.zanmodel", &model),
+        ZAN_MODEL_OK)
+        << model.error;
+    EXPECT_EQ(count_of(printed(1, RunMalformedModelRejectCases), "PASS "), 2);
+    fs::current_path(here);
+    enter_long_directory(159);
+    const std::string out = printed(0, RunSplitCompositionReferenceCase);
+    EXPECT_TRUE(out.starts_with("FAIL split     load failed: parse error (line 10: ")) << out;
+    EXPECT_EQ(count_of(out, "\n"), 1) << out;
 }
 
 // ------------------------------------------------------------------ model of three files
