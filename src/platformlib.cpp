@@ -9,6 +9,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 #ifdef _WIN32
 
@@ -166,6 +167,7 @@ const char plat_separator = '/';
 void plat_startup(void)
 {
     std::signal(SIGXFSZ, SIG_IGN);
+    std::setvbuf(stdout, nullptr, _IOLBF, 0); // in order with what goes to the error stream
 }
 
 bool plat_executable_path(std::string *path)
@@ -272,6 +274,12 @@ static std::vector<std::string> list_entries(const std::string &dir)
 #endif
 
 // ---------------------------------------------------------------------------- both systems
+
+bool plat_same_file(const char *a, const char *b)
+{
+    std::error_code none;
+    return std::filesystem::equivalent(a, b, none);
+}
 
 bool plat_make_dir(const char *path)
 {
