@@ -52,6 +52,13 @@ binfh_status copy_file_complete(const char *src, const char *dst);
 // "what: system error text" on the error stream; null is "I/O error".
 void print_io_error(const char *what);
 
+// ---- the menu around dm.bin (binaryfilehandling_menu.cpp) ----
+// Ends with choice 5, or as an i/o error when an answer cannot be read. Changes no more than the
+// caller's two counts and the files that the user names.
+binfh_status BinFileActions_status(int *ndw, int *n);
+void BinFileActions(int *ndw, int *n);
+void list_bin_files_in_cwd(void); // nothing when all that is named so is directories
+
 // A file that appears under its name only when it is complete: written beside its target, then
 // put in its place. A target that is no regular file (a device, a link) is written directly.
 struct OutputFile {

@@ -26,8 +26,9 @@ bool plat_is_file(const char *path);         // regular, links followed
 bool plat_is_regular_file(const char *path); // not through a symbolic link
 bool plat_exists(const char *path);
 
-// Names (no path) of the entries of dir that are no directories and end in suffix, ignoring
-// ASCII case; sorted by name. An unreadable directory gives none.
+// Names (no path) of the entries of dir that end in suffix, ignoring ASCII case; sorted by name.
+// An unreadable directory gives none. list_files leaves the directories out.
+std::vector<std::string> plat_list_entries(const char *dir, const char *suffix);
 std::vector<std::string> plat_list_files(const char *dir, const char *suffix);
 
 // The existing path that equals path but for the letter case of its last components.

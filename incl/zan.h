@@ -195,6 +195,14 @@ int ZANDefineCurrentExpectationOperatorExpression(const char *expression); // 1,
 void CalcExpVal(void);     // menu
 void ExpValNDensMat(void); // asks operator, format and name; one line per matrix of "dm.bin"
 
+// ------------------------------------------------ matrices of "dm.bin" (zan_density_corner.cpp)
+
+// The label and the elements of rows and columns 1..4, or fewer.
+void DebugPrintCMatrixCorner(const char *label, int n, const CMatrix *mat);
+// The first matrix of "dm.bin" into densmat, its corner on the console; false when the file has
+// another dimension than n_ or is too short.
+bool load_density_matrix_from_dm_bin(int n_);
+
 // ------------------------------------------------------- result files (zan_profiles.cpp)
 
 // Text tables from a density file: 1, or 0 with one line on the error stream.

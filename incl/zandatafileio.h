@@ -33,6 +33,7 @@ dataio_status read_legacy_bin_header(FILE *in, int32_t *type, int32_t *pp, int32
 dataio_status Create_IDL_File_status(const char *input_filename, const char *output_filename);
 
 // ---- the same with a question for the name ----
+// A bare name is read from the working directory, else from the RF input directory.
 void AsciiOut(const int *ap, const double *x);
 void AsciiIn(const int *ap, double *x);
 void SGFileOut(const int *ap, const double *x);

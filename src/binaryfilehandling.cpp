@@ -211,7 +211,7 @@ binfh_status copy_file_binary(const char *src, const char *dst)
 static bool may_be_replaced(const char *path)
 {
     if (!plat_exists(path)) {
-        return true;
+        return path[0] != '\0';
     }
     return plat_is_regular_file(path) && FilePtr{std::fopen(path, "r+b")};
 }

@@ -308,16 +308,21 @@ static std::vector<std::string> sorted_entries(const std::string &dir)
     return names;
 }
 
-std::vector<std::string> plat_list_files(const char *dir, const char *suffix)
+std::vector<std::string> plat_list_entries(const char *dir, const char *suffix)
 {
     const std::string ending = folded(suffix);
-    std::vector<std::string> files;
-    for (const std::string &name : sorted_entries(dir)) {
-        const std::string path = std::string(dir) + plat_separator + name;
-        if (folded(name).ends_with(ending) && plat_is_file(path.c_str()))
-            files.push_back(name);
-    }
-    return files;
+    std::vector<std::string> names = sorted_entries(dir);
+    std::erase_if(names, [&](const std::string &name) { return !folded(name).ends_with(ending); });
+    return names;
+}
+
+std::vector<std::string> plat_list_files(const char *dir, const char *suffix)
+{
+    std::vector<std::string> names = plat_list_entries(dir, suffix);
+    std::erase_if(names, [&](const std::string &name) {
+        return plat_is_dir((std::string(dir) + plat_separator + name).c_str());
+    });
+    return names;
 }
 
 // The entry of dir that equals leaf but for letter case.

@@ -12,7 +12,6 @@
 #include <thread>
 
 #include <fcntl.h>
-#include <grp.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -98,14 +97,6 @@ static bool redirect(const std::string &path, int target, int flags)
 {
     const int fd = open(path.c_str(), flags, 0644);
     return fd >= 0 && dup2(fd, target) == target && close(fd) == 0;
-}
-
-static bool become_nobody(void)
-{
-    const unsigned nobody = 65534;
-    if (geteuid() != 0)
-        return true;
-    return setgroups(0, nullptr) == 0 && setgid(nobody) == 0 && setuid(nobody) == 0;
 }
 
 // In the child; returns only when something failed.

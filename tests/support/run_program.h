@@ -5,6 +5,8 @@
 #ifndef ZAN_TEST_RUN_PROGRAM_H
 #define ZAN_TEST_RUN_PROGRAM_H
 
+#include "child.h"
+
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -34,8 +36,6 @@ struct ProgramResult {
     std::string out, err;
     long pid;
 };
-
-enum class RunAs { this_user, nobody };
 
 // Runs a copy of the program, ROOT/build/zan, in ROOT with stdin_text as its standard input; after
 // 120 s it is killed. As nobody the program may not write into the tree (whoever runs the tests).

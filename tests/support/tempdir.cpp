@@ -55,3 +55,13 @@ void TempDir::make_dir(const std::string &name) const
 {
     fs::create_directories(file(name));
 }
+
+WorkDir::WorkDir() : previous(fs::current_path().string())
+{
+    fs::current_path(path);
+}
+
+WorkDir::~WorkDir()
+{
+    fs::current_path(previous);
+}

@@ -1,4 +1,4 @@
-// tempdir - a fresh directory for one test, removed with everything in it at the end.
+// tempdir - fresh directories for one test, removed with everything in them at the end.
 #ifndef ZAN_TESTS_TEMPDIR_H
 #define ZAN_TESTS_TEMPDIR_H
 
@@ -19,6 +19,14 @@ struct TempDir {
     std::string read(const std::string &name) const;
     bool exists(const std::string &name) const;
     void make_dir(const std::string &name) const;
+};
+
+// The same as the working directory of the process while it lasts.
+struct WorkDir : TempDir {
+    std::string previous;
+
+    WorkDir();
+    ~WorkDir();
 };
 
 #endif

@@ -494,6 +494,13 @@ TEST_F(BinFiles, OutputThatIsNotOpenCannotBeCommittedAndMayBeDiscarded)
     EXPECT_TRUE(std::filesystem::exists(temp_path("out")));
 }
 
+TEST_F(BinFiles, OutputWithoutANameFailsWithTheSystemsError)
+{
+    OutputFile out;
+    EXPECT_FALSE(open_output(&out, "", "wb"));
+    EXPECT_EQ(errno, ENOENT);
+}
+
 TEST_F(BinFiles, OutputIntoAMissingFolderFailsWithTheSystemsError)
 {
     OutputFile out;

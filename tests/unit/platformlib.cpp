@@ -98,6 +98,15 @@ TEST(PlatformListFiles, SortsByNameIgnoringCaseAndSkipsDirectoriesAndOtherSuffix
     EXPECT_EQ(plat_list_files(in_tree("list").c_str(), ".bin"), expected);
 }
 
+TEST(PlatformListEntries, KeepTheDirectories)
+{
+    write_file(in_tree("entries/a.bin"), "");
+    write_file(in_tree("entries/B.BIN/inside.bin"), "");
+    write_file(in_tree("entries/c.bin.txt"), "");
+    const std::vector<std::string> expected = {"a.bin", "B.BIN"};
+    EXPECT_EQ(plat_list_entries(in_tree("entries").c_str(), ".bin"), expected);
+}
+
 TEST(PlatformListFiles, AMissingDirectoryGivesNone)
 {
     EXPECT_TRUE(plat_list_files(in_tree("not-there").c_str(), ".bin").empty());
