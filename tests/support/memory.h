@@ -1,0 +1,9 @@
+// memory - running out of it where a test wants it.
+#ifndef ZAN_TEST_MEMORY_H
+#define ZAN_TEST_MEMORY_H
+
+// Of the allocations new (std::nothrow) T[n] from now on, the number-th (from 1) gives a null
+// pointer, all others succeed. 0: none fails.
+void fail_array_allocation(int number);
+
+#endif
