@@ -1,11 +1,21 @@
-// consuleutil.cpp - clearing the console, reading lines, pauses.
+// consuleutil.cpp - clearing the console, reading answers, pauses.
 //
 // Standard output is flushed before every read, so that a front end on a pipe sees the prompt.
+// Numbers leave the rest of their line for the next number; a whole line and a pause drop it
+// first, so that no leftover line end ever answers a question.
 #include "consoleutil.h"
 
 #include "platformlib.h"
 
+#include <cctype>
+#include <climits>
 #include <cstdio>
+#include <cstdlib>
+
+static bool rest_of_line;   // something was read and its line end was not
+static int failures_at_end; // reads in a row that met the end of input
+
+static const int MAX_FAILURES_AT_END = 100;
 
 void ConsoleClearHome(void)
 {
@@ -18,9 +28,87 @@ void ScreenMode(int mode)
         ConsoleClearHome();
 }
 
+bool ConsoleAtEnd(void)
+{
+    return std::feof(stdin) != 0;
+}
+
+// A question that is asked again for ever must not run away when its front end has died.
+static bool read_succeeded(bool success)
+{
+    failures_at_end = !success && ConsoleAtEnd() ? failures_at_end + 1 : 0;
+    if (failures_at_end >= MAX_FAILURES_AT_END) {
+        std::printf("\n[ZAN] Exiting.\n");
+        std::exit(0);
+    }
+    return success;
+}
+
+static int skip_spaces(void)
+{
+    int c = std::getchar();
+    while (c != EOF && std::isspace(c))
+        c = std::getchar();
+    return c;
+}
+
+bool ConsoleReadInt(int *value)
+{
+    std::fflush(stdout);
+    rest_of_line = true;
+    long long number;
+    if (!read_succeeded(std::scanf("%lld", &number) == 1))
+        return false;
+    *value = number > INT_MAX ? INT_MAX : number < INT_MIN ? INT_MIN : static_cast<int>(number);
+    return true;
+}
+
+bool ConsoleReadDouble(double *value)
+{
+    std::fflush(stdout);
+    rest_of_line = true;
+    return read_succeeded(std::scanf("%lf", value) == 1);
+}
+
+bool ConsoleReadWord(char *word, size_t size)
+{
+    std::fflush(stdout);
+    rest_of_line = true;
+    size_t length = 0;
+    int c = skip_spaces();
+    for (; c != EOF && !std::isspace(c); c = std::getchar())
+        if (length + 1 < size)
+            word[length++] = static_cast<char>(c);
+    if (c != EOF)
+        std::ungetc(c, stdin);
+    word[length] = '\0';
+    return read_succeeded(length > 0);
+}
+
+void ConsoleDropCharacter(void)
+{
+    if (std::getchar() == '\n')
+        rest_of_line = false;
+}
+
+static void drop_through_line_end(void)
+{
+    int c = std::getchar();
+    while (c != EOF && c != '\n')
+        c = std::getchar();
+}
+
+void ConsoleDropLine(void)
+{
+    if (rest_of_line)
+        drop_through_line_end();
+    rest_of_line = false;
+}
+
 bool ConsoleReadLine(char *line, size_t size)
 {
     std::fflush(stdout);
+    ConsoleDropLine();
     size_t length = 0;
     int c = std::getchar();
     const bool something = c != EOF;
@@ -31,14 +119,7 @@ bool ConsoleReadLine(char *line, size_t size)
     while (length > 0 && line[length - 1] == '\r')
         length--;
     line[length] = '\0';
-    return something;
-}
-
-static void wait_for_enter(void)
-{
-    int c = std::getchar();
-    while (c != EOF && c != '\n')
-        c = std::getchar();
+    return read_succeeded(something);
 }
 
 // A line that is not empty answers the next question: it is left where it is.
@@ -54,8 +135,9 @@ static void take_empty_line(void)
 void ConsolePause(void)
 {
     std::fflush(stdout);
+    ConsoleDropLine();
     if (plat_console_is_input())
-        wait_for_enter();
+        drop_through_line_end();
     else
         take_empty_line();
 }

@@ -59,6 +59,11 @@ static bool write_value(FILE *out, bool as_text, int dw, const Complex2 &value)
     return std::fwrite(&value[COMPLEX_RE], sizeof(double), 1, out) == 1;
 }
 
+static void print_write_error(int dw)
+{
+    std::fprintf(stderr, ">>> WRITE BINARY FILE ERROR <<< (dw=%d)\n", dw);
+}
+
 // One value per matrix; false after a message.
 static bool write_table(FILE *in, int count, const CMatrix *op, FILE *out, bool as_text)
 {
@@ -74,7 +79,7 @@ static bool write_table(FILE *in, int count, const CMatrix *op, FILE *out, bool 
             }
         ExpectationValue(rt.n, op, &rho, &value);
         if (!write_value(out, as_text, dw, value)) {
-            std::fprintf(stderr, ">>> WRITE BINARY FILE ERROR <<< (dw=%d)\n", dw);
+            print_write_error(dw);
             return false;
         }
     }
@@ -99,12 +104,11 @@ static bool ask_table_name(bool as_text, char *name)
 {
     char line[NAME_SIZE + 1];
     std::printf(as_text ? "Output text file name : " : "Output binary file name : ");
-    if (ConsoleReadLine(line, sizeof line)) {
+    if (ConsoleReadLine(line, sizeof line) && std::strlen(line) < NAME_SIZE) {
         trim_operator_token(line);
-        if (*line && std::strlen(line) < NAME_SIZE) {
-            std::strcpy(name, line);
+        std::strcpy(name, line);
+        if (*name)
             return true;
-        }
     }
     std::fprintf(stderr, "ExpValNDensMat: invalid output name\n");
     return false;
@@ -123,11 +127,9 @@ static bool make_table(void)
     const bool as_text = format == 1;
     if (format == 0 || !ask_table_name(as_text, name))
         return false;
-    const char *what =
-        as_text ? "ExpValNDensMat: fopen(out text)" : "ExpValNDensMat: fopen(out bin)";
     OutputFile out;
     if (!open_output(&out, name, as_text ? "w" : "wb")) {
-        std::perror(what);
+        std::perror(as_text ? "ExpValNDensMat: fopen(out text)" : "ExpValNDensMat: fopen(out bin)");
         return false;
     }
     if (!write_table(in.get(), count, &op, out.file, as_text)) {
@@ -135,7 +137,7 @@ static bool make_table(void)
         return false;
     }
     if (!commit_output(&out)) {
-        std::perror(what);
+        print_write_error(count);
         return false;
     }
     return true;
@@ -143,9 +145,8 @@ static bool make_table(void)
 
 void ExpValNDensMat(void)
 {
-    if (make_table()) {
+    if (make_table())
         std::printf("Done. ");
-    }
     wait_after_message();
 }
 

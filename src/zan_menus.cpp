@@ -1,5 +1,4 @@
-// zan_menus.cpp - the console menus: prepare a model, run and analyse it, and the older
-// stand-alone menu of single steps. Each choice is one call.
+// zan_menus.cpp - the console menus: prepare a model, run and analyse it. Each choice is one call.
 
 #include "zan.h"
 
@@ -85,7 +84,6 @@ void ZANPrepareMenu(void)
         if (choice == 6)
             return;
         prepare_action(choice);
-        ConsoleDropLine();
         std::printf("Press Enter to continue...");
         ConsolePause();
     }
@@ -151,7 +149,6 @@ void LiouvilleNonInteractive(void)
         if (choice == 7)
             return;
         run_action(choice);
-        ConsoleDropLine();
         std::printf("\nPress Enter to continue...");
         ConsolePause();
     }

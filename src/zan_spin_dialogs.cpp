@@ -218,9 +218,15 @@ void NonIntIspins(FILE *in)
     MakeKets(&rt.ket, &rt.Ilist);
 }
 
+// A file's spins are taken as they stand; operators are built only where there is room for them.
+static bool states_fit(void)
+{
+    return rt.n <= ZAN_MAX_STATES;
+}
+
 void NonIntMakeBoltzmann(FILE *in)
 {
-    if (!in)
+    if (!in || !states_fit())
         return;
     CMatZero(rt.n, &rt.densmat);
     for (int k = 1; k <= rt.Nspins; k++) {
@@ -231,7 +237,7 @@ void NonIntMakeBoltzmann(FILE *in)
 
 void NonIntMakeZeeman(FILE *in)
 {
-    if (!in)
+    if (!in || !states_fit())
         return;
     CMatZero(rt.n, &rt.Izee);
     for (int k = 1; k <= rt.Nspins; k++)
@@ -240,7 +246,7 @@ void NonIntMakeZeeman(FILE *in)
 
 void NonIntSpinSpinCoupling(FILE *in)
 {
-    if (!in)
+    if (!in || !states_fit())
         return;
     for (auto &row : rt.jc)
         for (double &J : row)

@@ -1,12 +1,7 @@
 // The main menu: choices, import, export, and scripts made on other systems.
-#include "run_program.h"
+#include "sessions.h"
 
 #include <filesystem>
-
-static std::string menu_session(const Tree &tree, const std::string &typed)
-{
-    return transcript(tree, run_zan(tree, {}, typed));
-}
 
 // Two models that load up to their first line, and what must not be listed.
 static void write_listed_models(const Tree &tree)

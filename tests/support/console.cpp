@@ -1,14 +1,18 @@
 // console.cpp - standard input from a text or a pseudo-terminal.
 #include "console.h"
 
+#include "consoleutil.h"
+
 #include <cstdio>
 #include <cstdlib>
 
 #include <fcntl.h>
 #include <unistd.h>
 
+// Of the new input nothing has been read, whatever was left unread of the one before.
 static void use_as_stdin(const std::string &path)
 {
+    ConsoleDropLine();
     if (!std::freopen(path.c_str(), "r", stdin))
         std::abort();
 }

@@ -154,7 +154,7 @@ ProgramResult run_zan(const Tree &tree, const std::vector<std::string> &args,
 
 // ------------------------------------------------------------------------------ transcripts
 
-static std::string replaced(std::string text, const std::string &from, const std::string &to)
+std::string replaced(std::string text, const std::string &from, const std::string &to)
 {
     for (size_t at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
         text.replace(at, from.size(), to);

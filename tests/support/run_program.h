@@ -42,6 +42,7 @@ struct ProgramResult {
 ProgramResult run_zan(const Tree &tree, const std::vector<std::string> &args,
                       const std::string &stdin_text = "", RunAs user = RunAs::this_user);
 
+std::string replaced(std::string text, const std::string &from, const std::string &to);
 // text with the tree's root as <TREE> and _<PID> where a name ends in the process id.
 std::string normalized(const Tree &tree, const ProgramResult &result, const std::string &text);
 // Exit code, output and errors in one normalized text.
