@@ -18,11 +18,12 @@ double pulselib_pi(void);
 // 90 degrees (amp 1) or 180 degrees (amp 2) in one sample of 10 microseconds; sets *ap = 1.
 void hardpulseproc(int *ap, double fi, double amp, double *xb, double *yb);
 void rectangular_shape(int ap, double phase, double amplitude_hz, double *xb, double *yb);
-// q·sin(2·pi·f·t)·exp(-b²t²)/(pi·t) about the middle sample; f in Hz, b in 1/s
+// q·sin(2·pi·f·t)·exp(-b²t²)/(pi·t) about the middle sample; q in rad, f in Hz, b in 1/s
 void sinc_gauss_shape(int ap, double h, double phase, double q, double f, double b, double *xb,
                       double *yb);
-// Spiral pulses for the gradients of fieldgradientlib: B k-space radius (rad/cm), n turns,
-// dx, dy widths and x0, y0 centre of the excited rectangle (cm).
+// Spiral pulses for the gradients of fieldgradientlib with amplitude A = -B: B k-space radius
+// (rad/cm), n turns, dx, dy widths and x0, y0 centre of the excited rectangle (cm). All samples
+// are 0 when the pulse has no duration.
 void gauss_spiral_shape(int ap, double h, double a, double A, double B, double n, double *xb,
                         double *yb);
 void sinc_spiral_shape(int ap, double h, double a, double A, double B, double n, double dx,
@@ -32,6 +33,7 @@ void compute_2d_sinc_offcentre(int ap, double h, double alfa, double A, double b
 // The sum over the records alfa A beta n dx dy x0 y0 of a text file; a record whose alfa is 0, or
 // that is incomplete, ends it. Adds to xb, yb. False when memory runs out.
 bool add_2d_sincs_from_file(FILE *in, int ap, double h, double *xb, double *yb);
+void add_samples(int ap, const double *more, double *samples); // samples += more
 // Hyperbolic secant, w_hz peak B1 (Hz), b (1/s), u: over (-T, T), its first half, or twice
 // compressed (an odd last sample is not written).
 void sech_full_shape(int ap, double h, double phase, double w_hz, double b, double u, double *xb,

@@ -9,12 +9,18 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-// Of the new input nothing has been read, whatever was left unread of the one before.
-static void use_as_stdin(const std::string &path)
+static void reopen_stdin(const char *path)
 {
-    ConsoleDropLine();
-    if (!std::freopen(path.c_str(), "r", stdin))
+    if (!std::freopen(path, "r", stdin))
         std::abort();
+}
+
+// An earlier test's answer whose line was not read to its end must not cost the new input a line.
+static void use_as_stdin(const char *path)
+{
+    reopen_stdin("/dev/null");
+    ConsoleDropLine();
+    reopen_stdin(path);
 }
 
 void feed_stdin(const std::string &text)
@@ -36,10 +42,7 @@ bool feed_terminal(const std::string &text)
     keyboard = posix_openpt(O_RDWR | O_NOCTTY);
     if (keyboard < 0 || grantpt(keyboard) != 0 || unlockpt(keyboard) != 0)
         return false;
-    const char *const terminal = ptsname(keyboard);
-    if (!terminal || access(terminal, R_OK) != 0)
-        return false;
-    use_as_stdin(terminal);
+    use_as_stdin(ptsname(keyboard));
     return write(keyboard, text.data(), text.size()) == static_cast<ssize_t>(text.size());
 }
 
