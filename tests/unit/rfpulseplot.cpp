@@ -5,9 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <filesystem>
-#include <limits>
 #include <string>
 
 static const char HEADER[] = "# t[s], B1x[Hz], B1y[Hz], |B1|, phase[rad]\n";
