@@ -27,7 +27,7 @@ bool plat_is_regular_file(const char *path); // not through a symbolic link
 bool plat_exists(const char *path);
 
 // Names (no path) of the entries of dir that end in suffix, ignoring ASCII case; sorted by name.
-// An unreadable directory gives none. list_files leaves the directories out.
+// An unreadable directory gives none. list_files keeps regular files only.
 std::vector<std::string> plat_list_entries(const char *dir, const char *suffix);
 std::vector<std::string> plat_list_files(const char *dir, const char *suffix);
 

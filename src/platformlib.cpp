@@ -381,7 +381,7 @@ std::vector<std::string> plat_list_files(const char *dir, const char *suffix)
 {
     std::vector<std::string> names = plat_list_entries(dir, suffix);
     std::erase_if(names, [&](const std::string &name) {
-        return plat_is_dir((std::string(dir) + plat_separator + name).c_str());
+        return !plat_is_file((std::string(dir) + plat_separator + name).c_str());
     });
     return names;
 }

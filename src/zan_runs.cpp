@@ -126,15 +126,13 @@ static bool read_slow_sector(int s, ZANSlowBandSplitConfig *out)
 
 int zan_try_slow_band_split_config(ZANSlowBandSplitConfig *out)
 {
-    for (int s = 1; s <= rt.nos; s++) {
-        *out = {};
+    for (int s = 1; s <= rt.nos; s++)
         if (read_slow_sector(s, out)) {
             out->enabled = 1;
             out->b0_tesla = rt.zan_gui_b0_tesla;
             out->receiver_carrier_ppm = rt.zan_gui_receiver_carrier_ppm;
             return 1;
         }
-    }
     *out = {};
     return 0;
 }

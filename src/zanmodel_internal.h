@@ -45,6 +45,9 @@ bool zan_is_absolute_path(const char *path);
 bool zan_has_path_separator(const char *path);  // "\\", "/" or ":"
 std::string zan_directory_of(const char *path); // with its last separator; "" without one
 std::string zan_base_name_without_extension(const char *path);
+// The directory in which dir lies, with its last separator; "" is the working directory. False
+// for a root and for no directory.
+bool zan_parent_dir_copy(const std::string &dir, std::string *parent);
 
 // The path under which a file opens for reading: as it stands, else in another letter case, else
 // with slashes for backslashes (models made on Windows). False when none does.
@@ -71,12 +74,17 @@ std::string zan_normalize_saved_path(const std::string &path);
 // What follows prefix and its slashes when path begins with it as a directory, letter case, "."
 // and ".." aside. The tail is in lower case, and so is every path that the writer shortens.
 bool zan_tail_after_prefix(const std::string &path, const std::string &prefix, std::string *tail);
+bool zan_is_storable(const std::string &text); // comes back from a file as it is
 // A stored name as the writer puts it into a file, seen from the directory of model_filename:
-// 1, or 0 for an empty name or one that does not fit.
+// 1, or 0 for a name that is empty, does not fit or is not storable. A waveform is stored as it
+// stands when its name in lower case could lead to another file beside it.
 int zan_make_portable_sector_pulse_path(const char *model_filename, const char *pulse_filename,
                                         char *out, size_t outsz);
 int zan_make_portable_result_path(const char *model_filename, const char *result_filename,
                                   char *out, size_t outsz);
+
+// ---- saving (zanmodel_save.cpp) ----
+void zan_print_couplings(FILE *out, const ZANSpinSystemDef *spin); // those that are not 0
 
 // ---- grammar of the text files (zanmodel_text.cpp) ----
 

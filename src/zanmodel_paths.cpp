@@ -47,6 +47,19 @@ std::string zan_directory_of(const char *path)
     return last == std::string::npos ? "" : whole.substr(0, last + 1);
 }
 
+bool zan_parent_dir_copy(const std::string &dir, std::string *parent)
+{
+    const size_t last = dir.find_last_not_of("\\/");
+    if (last == std::string::npos)
+        return false;
+    const std::string name = dir.substr(0, last + 1), above = zan_directory_of(name.c_str());
+    const std::string leaf = name.substr(above.size());
+    if (above.empty() && leaf.find(':') != std::string::npos)
+        return false;
+    *parent = leaf == "." || leaf == ".." ? name + "/../" : above;
+    return true;
+}
+
 std::string zan_base_name_without_extension(const char *path)
 {
     const std::string leaf = path + zan_directory_of(path).size();
@@ -200,24 +213,38 @@ std::string zan_normalize_saved_path(const std::string &path)
     return slashed;
 }
 
-// "." and ".." taken out as text, slashes only, lower case: what two spellings are compared by.
+// ".." takes the last part away, but neither a root nor a step that cannot be taken back.
+static void take_step_up(std::vector<std::string> *parts, bool rooted)
+{
+    const bool at_drive = !rooted && parts->size() == 1 && parts->back().ends_with(':');
+    if (at_drive || (rooted && parts->empty()))
+        return;
+    if (parts->empty() || parts->back() == "..")
+        parts->push_back("..");
+    else
+        parts->pop_back();
+}
+
+// "." and ".." taken out as text, single slashes only, lower case: what two spellings are
+// compared by.
 static std::string comparable(const std::string &path)
 {
     std::vector<std::string> parts;
     std::string part;
     const std::string slashed = zan_normalize_saved_path(path);
+    const bool rooted = slashed.starts_with('/');
     for (const char c : slashed + "/") {
         if (c != '/') {
             part += static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
             continue;
         }
-        if (part == ".." && !parts.empty() && parts.back() != "..")
-            parts.pop_back();
+        if (part == "..")
+            take_step_up(&parts, rooted);
         else if (!part.empty() && part != ".")
             parts.push_back(part);
         part.clear();
     }
-    std::string joined = slashed[0] == '/' ? "/" : "";
+    std::string joined = rooted ? "/" : "";
     for (const std::string &p : parts)
         joined += (&p == &parts.front() ? "" : "/") + p;
     return joined;
@@ -235,9 +262,15 @@ bool zan_tail_after_prefix(const std::string &path, const std::string &prefix, s
     return true;
 }
 
+// A comment sign or a line end would not come back from the file.
+bool zan_is_storable(const std::string &text)
+{
+    return text.find_first_of("#\r\n") == std::string::npos;
+}
+
 static int copy_portable(const std::string &path, char *out, size_t outsz)
 {
-    if (path.size() >= outsz)
+    if (path.size() >= outsz || !zan_is_storable(path))
         return 0;
     std::memcpy(out, path.c_str(), path.size() + 1);
     return 1;
@@ -247,11 +280,20 @@ static int copy_portable(const std::string &path, char *out, size_t outsz)
 static std::string relative_to(const std::string &dir, const char *path)
 {
     std::string tail;
-    if (zan_tail_after_prefix(path, dir, &tail))
+    if (zan_tail_after_prefix(path, dir, &tail) && !tail.empty())
         return tail;
-    if (zan_tail_after_prefix(path, dir + "/..", &tail))
+    if (zan_tail_after_prefix(path, dir + "/..", &tail) && !tail.empty())
         return "../" + tail;
     return zan_normalize_saved_path(path);
+}
+
+// Another file beside it has the same name but for letter case.
+static bool has_namesake(const char *path)
+{
+    const std::string dir = zan_directory_of(path), leaf = path + dir.size();
+    const std::vector<std::string> names = plat_list_entries(dir.c_str(), leaf.c_str());
+    return std::count_if(names.begin(), names.end(),
+                         [&](const std::string &name) { return name.size() == leaf.size(); }) > 1;
 }
 
 int zan_make_portable_sector_pulse_path(const char *model_filename, const char *pulse_filename,
@@ -259,7 +301,7 @@ int zan_make_portable_sector_pulse_path(const char *model_filename, const char *
 {
     if (pulse_filename[0] == '\0')
         return 0;
-    if (!zan_is_absolute_path(pulse_filename))
+    if (!zan_is_absolute_path(pulse_filename) || has_namesake(pulse_filename))
         return copy_portable(zan_normalize_saved_path(pulse_filename), out, outsz);
     return copy_portable(relative_to(zan_directory_of(model_filename), pulse_filename), out, outsz);
 }

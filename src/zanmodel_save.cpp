@@ -19,32 +19,33 @@ struct SaveTargets {
 
 // ------------------------------------------------------------------ targets
 
-// The directory of the model's directory, with its separator; "" when there is none.
-static std::string root_of(const char *filename)
+static std::string name_of_model(const char *filename, const ZANRunConfig *cfg)
 {
-    std::string dir = zan_directory_of(filename);
-    if (dir.empty())
-        return "";
-    dir.pop_back();
-    return zan_directory_of(dir.c_str());
+    const std::string name =
+        cfg->model_name[0] ? cfg->model_name : zan_base_name_without_extension(filename);
+    return name.empty() ? "model" : name;
+}
+
+// It becomes the name of files and of one directory, and a value in the model file.
+static bool is_usable_name(const std::string &name)
+{
+    return zan_is_storable(name) && name.find_first_of("\\/") == std::string::npos && name != "." &&
+           name != "..";
 }
 
 static ZANModelStatus derive_targets(const char *filename, const ZANRunConfig *cfg, SaveTargets *to,
                                      char *errbuf, size_t errbufsz)
 {
-    to->name = cfg->model_name;
-    if (to->name.empty())
-        to->name = zan_base_name_without_extension(filename);
-    if (to->name.empty())
-        to->name = "model";
-    const std::string root = root_of(filename);
-    if (root.empty()) {
-        set_error(errbuf, errbufsz, "could not derive split output directories for '%s'", filename);
-        return ZAN_MODEL_ERR_IO;
-    }
+    std::string root;
+    to->name = name_of_model(filename, cfg);
+    const bool derived = zan_parent_dir_copy(zan_directory_of(filename), &root);
     to->spin_dir = root + "spin-systems";
     to->sequences_dir = root + "sequences";
     to->sequence_dir = to->sequences_dir + plat_separator + to->name;
+    if (!derived || !is_usable_name(to->name) || to->sequence_dir.size() >= SAVE_PATH_LEN) {
+        set_error(errbuf, errbufsz, "could not derive split output directories for '%s'", filename);
+        return ZAN_MODEL_ERR_IO;
+    }
     to->spin_file = to->spin_dir + plat_separator + to->name + ".zanspin";
     to->sequence_file = to->sequence_dir + plat_separator + to->name + ".zanseq";
     to->model_file = filename;
@@ -95,7 +96,7 @@ static void print_doubles(FILE *out, const char *key, const double *values, int 
     std::fprintf(out, "\n");
 }
 
-static void print_couplings(FILE *out, const ZANSpinSystemDef *spin)
+void zan_print_couplings(FILE *out, const ZANSpinSystemDef *spin)
 {
     for (int i = 1; i <= spin->nspins; i++)
         for (int k = i + 1; k <= spin->nspins; k++)
@@ -120,7 +121,7 @@ static ZANModelStatus write_spin_system(const SaveTargets &to, const ZANSpinSyst
     print_doubles(out.file, "relative_intensities", spin->relative_intensities, spin->nspins);
     print_doubles(out.file, "resonance_offsets_hz", spin->resonance_offsets_hz, spin->nspins);
     std::fprintf(out.file, "coupling_mode: %d\n", spin->coupling_mode);
-    print_couplings(out.file, spin);
+    zan_print_couplings(out.file, spin);
     return close_written(to.spin_file, &out, errbuf, errbufsz);
 }
 

@@ -181,6 +181,28 @@ TEST_F(Physics, VoxelsAreStoredWithZFastestThenYThenX)
             }
 }
 
+TEST_F(Physics, AGradientThatStartsAndEndsWithZeroStillActs)
+{
+    set_spins({{1}});
+    set_grid(3, 2, 2);
+    set_grid_x(0.1, 0.2);
+    set_grid_y(-0.3, 0.25);
+    set_grid_z(0.05, -0.4);
+    Waveform encoding = constant_waveform(4, 0.0, 0.0);
+    encoding.gx = {0.0, 4.0, 0.0, 0.0};
+    encoding.gy = {0.0, 0.0, 6.0, 0.0};
+    encoding.gz = {0.0, 3.0, -8.0, 0.0};
+    add_spatial_sector(hard_pulse_x(0.5 * PI_CONST, PULSE), PULSE);
+    add_spatial_sector(encoding, 4.0);
+    const DensityFile dm = run_spatial();
+    for (int v = 0; v < 12; v++) {
+        const int ix = v / 4, iy = v / 2 % 2, iz = v % 2;
+        const double phase =
+            4.0 * (0.1 + 0.2 * ix) + 6.0 * (-0.3 + 0.25 * iy) - 5.0 * (0.05 - 0.4 * iz);
+        expect_vector(dm.matrix(v + 1), std::sin(phase), std::cos(phase), 0.0, "voxel");
+    }
+}
+
 TEST_F(Physics, AGradientActsOnEverySpinWhateverItsWeightAndShift)
 {
     const double phase = 1.3;
@@ -291,6 +313,17 @@ TEST_F(Physics, EvolutionRowWEvolvesForWMinusOneTimesTheDuration)
     prepare_iy_with_shift(nu);
     add_2d_sector(2, delay(), 5, T);
     expect_phases(run_2d(), {0, p, 2 * p, 3 * p, 4 * p});
+}
+
+TEST_F(Physics, ThousandsOfEvolutionRowsKeepCounting)
+{
+    const double nu = 3.0, T = 1e-4;
+    std::vector<double> phases;
+    for (int w = 0; w < 5000; w++)
+        phases.push_back(TWO_PI * nu * T * w);
+    prepare_iy_with_shift(nu);
+    add_2d_sector(2, delay(), 5000, T);
+    expect_phases(run_2d(), phases);
 }
 
 TEST_F(Physics, AnEvolutionSectorOfManySamplesLastsItsDurationOnce)

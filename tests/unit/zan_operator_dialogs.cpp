@@ -79,11 +79,11 @@ TEST_F(OperatorDialogs, ALabelStopsBeforeAPairThatDoesNotFit)
     char buf[8] = "1234567";
     format_operator_label("xyz", 3, buf, 7);
     EXPECT_STREQ(buf, "IXSYTZ");
-    for (const size_t size : {6, 5}) {
+    for (const size_t size : {6u, 5u}) {
         format_operator_label("xyz", 3, buf, size);
         EXPECT_STREQ(buf, "IXSY") << size;
     }
-    for (const size_t size : {2, 1}) {
+    for (const size_t size : {2u, 1u}) {
         format_operator_label("xyz", 3, buf, size);
         EXPECT_STREQ(buf, "") << size;
     }

@@ -107,8 +107,10 @@ TEST_F(Sequences, ASpatialRunSetsTheWorkingValuesOfItsLastSector)
     set_one_spin();
     set_grid(1, 1, 1);
     set_grid_x(0.5, 0.25);
+    set_grid_y(-1.5, 0.125);
+    set_grid_z(2.5, -0.75);
+    rt.x0_s = rt.y0_s = rt.z0_s = rt.dx_s = rt.dy_s = rt.dz_s = 99.0;
     add_spatial_sector(constant_waveform(4, 1.0, 2.0), 0.02, 3.0);
-    rt.x0_s = rt.dx_s = 99.0;
     output_of(SimulateLoadedPulseSequence);
     EXPECT_EQ(rt.ap, 4);
     EXPECT_EQ(rt.pt, 0.02);
@@ -116,7 +118,11 @@ TEST_F(Sequences, ASpatialRunSetsTheWorkingValuesOfItsLastSector)
     EXPECT_EQ(rt.ti, rt.h); // one step, not the length of the pulse
     EXPECT_DOUBLE_EQ(rt.statoff_s, TWO_PI * 3.0);
     EXPECT_EQ(rt.x0_s, 0.5);
+    EXPECT_EQ(rt.y0_s, -1.5);
+    EXPECT_EQ(rt.z0_s, 2.5);
     EXPECT_EQ(rt.dx_s, 0.25);
+    EXPECT_EQ(rt.dy_s, 0.125);
+    EXPECT_EQ(rt.dz_s, -0.75);
     EXPECT_EQ(rt.calc, 1);
     EXPECT_EQ(rt.pulseflag, 1);
     EXPECT_EQ(rt.spatial_progress_sector_count, 1);
