@@ -124,7 +124,8 @@ void Complex2FromReal(double v, Complex2 out);
 // Izgrad = sum of Iz. Without a spin system: a line on the error stream, Izgrad unchanged.
 void MakeGradientOperator(void);
 // All operators from the values in rt, silently but for a summary. Couplings come from jc when
-// any entry is nonzero, else from couplings in pair order. Trusts 2I and the dimension.
+// any entry is nonzero, else from couplings in pair order. More than 256 states are refused: a line
+// on the error stream, spinsystemdefined and systemset 0.
 void BuildSpinSystemFromPulseSequenceGlobals(void);
 void ZAN_RebuildSpinSystemFromPulseSequenceGlobals(void);
 // Ixtot and Iytot anew: norm 1 for the receiver, which detects every spin's operator with unit

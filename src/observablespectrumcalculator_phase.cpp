@@ -39,7 +39,7 @@ static PhaseSums sum_phases(const double *spec, const double *phase, int pp, dou
     for (int i = 0; i < pp; i++) {
         const double re = spec[2 * (size_t)i], im = spec[2 * (size_t)i + 1];
         const double w = std::sqrt(re * re + im * im);
-        if (w < 1e-9)
+        if (!(w >= 1e-9))
             continue;
         const double x = (i - pp / 2) * df1_hz - fref_hz;
         sums.w += w;

@@ -183,6 +183,7 @@ static std::vector<std::string> list_entries(const std::string &dir)
 #include <fcntl.h>
 #include <spawn.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 const char plat_separator = '/';
@@ -284,7 +285,9 @@ static int spawn_in_own_session(char **argv)
     posix_spawnattr_t attributes;
     posix_spawn_file_actions_init(&actions);
     posix_spawnattr_init(&attributes);
-    pid_t pid;
+    static pid_t pid; // the one started last; what has ended by now is taken leave of
+    if (pid > 0)
+        waitpid(pid, nullptr, WNOHANG);
     int error = use_null_streams(&actions);
     if (error == 0)
         error = posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);

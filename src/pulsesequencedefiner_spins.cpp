@@ -4,6 +4,7 @@
 // the values in the runtime state; the operators are built from them by zan_hamiltonians.
 #include "pulsesequencedefiner_internal.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 
@@ -18,16 +19,16 @@ static void ask_number_of_spins(void)
     } while (rt.Nspins > max_spins);
 }
 
-// Asks all quantum numbers. The product of (2I + 1), held at the limits of int.
+// Asks all quantum numbers. The product of (2I + 1), a negative 2I counting as 0 as it does when
+// the operators are built; held just above the limit, so that no answer overflows it.
 static int ask_quantum_numbers(void)
 {
     int64_t states = 1;
     for (int k = 1; k <= rt.Nspins; k++) {
         std::printf("I quantum number of spin(%d) = x/2  with   x = ", k);
         read_int_prompt(nullptr, &rt.quantnum[k]);
-        states *= static_cast<int64_t>(rt.quantnum[k]) + 1;
-        if (states > INT32_MAX || states < INT32_MIN)
-            states = INT32_MAX;
+        states *= static_cast<int64_t>(std::max(rt.quantnum[k], 0)) + 1;
+        states = std::min<int64_t>(states, max_states + 1);
     }
     return static_cast<int>(states);
 }

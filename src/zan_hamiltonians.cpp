@@ -6,6 +6,7 @@
 #include "zan_internal.h"
 
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 
 void AccumulateCMat(int n, const CMatrix *A, CMatrix *B)
@@ -114,15 +115,25 @@ static void build_couplings(void)
         }
 }
 
-static void take_quantum_numbers(void)
+// False after a message when the states are more than a matrix holds.
+static bool take_quantum_numbers(void)
 {
-    rt.n = 1;
+    int64_t states = 1;
     for (int k = 1; k <= ZAN_MAX_SPINS; k++)
         rt.Ilist[k] = 0;
     for (int k = 1; k <= rt.Nspins; k++) {
         rt.Ilist[k] = rt.quantnum[k] > 0 ? rt.quantnum[k] : 0;
-        rt.n *= rt.Ilist[k] + 1;
+        if (states <= ZAN_MAX_STATES)
+            states *= (int64_t)rt.Ilist[k] + 1;
     }
+    if (states > ZAN_MAX_STATES) {
+        std::fprintf(stderr, "BuildSpinSystemFromPulseSequenceGlobals: more than %d states\n",
+                     ZAN_MAX_STATES);
+        rt.spinsystemdefined = rt.systemset = 0;
+        return false;
+    }
+    rt.n = (int)states;
+    return true;
 }
 
 static void print_spin_system(void)
@@ -142,7 +153,8 @@ void BuildSpinSystemFromPulseSequenceGlobals(void)
         rt.Nspins = 1;
     if (rt.Nspins > ZAN_MAX_SPINS)
         rt.Nspins = ZAN_MAX_SPINS;
-    take_quantum_numbers();
+    if (!take_quantum_numbers())
+        return;
     if (!ZAN_GetSmokeCheckMode())
         print_spin_system();
 

@@ -26,9 +26,10 @@ static int ask_pulse(void)
                 "  6. Edit current prepared spatial pulse sequence / sectors\n"
                 "  0. Back\n"
                 "Your choice [0..6] : ");
-    if (!ConsoleReadInt(&choice))
-        choice = 0;
+    const bool read = ConsoleReadInt(&choice);
     ConsoleDropLine();
+    if (!read)
+        return 0;
     std::printf("\n");
     return choice;
 }

@@ -138,6 +138,13 @@ TEST_F(Composer, AsksForSpinsUntilTheyFit)
     EXPECT_EQ(rt.quantnum[2], 7);
 }
 
+TEST_F(Composer, ANegativeQuantumNumberDoesNotHideTooManyStates)
+{
+    const std::string text = captured(PS_IspinsParams, "2\n-1\n300\n2\n-2\n63\n");
+    EXPECT_NE(text.find("Number of Spins = "), text.rfind("Number of Spins = "));
+    EXPECT_TRUE(text.ends_with("n = 64\n"));
+}
+
 TEST_F(Composer, AcceptsUpToSixSpinsAndSixtyFourStates)
 {
     struct Case {

@@ -294,3 +294,17 @@ TEST_F(Hamiltonians, Complex2FromRealClearsTheOtherElements)
     EXPECT_EQ(c[COMPLEX_RE], -2.5);
     EXPECT_EQ(c[COMPLEX_IM], 0.0);
 }
+
+TEST_F(Hamiltonians, MoreStatesThanAMatrixHoldsAreRefused)
+{
+    build_spins({{1}});
+    rt.systemset = 1;
+    rt.Nspins = 3;
+    rt.quantnum[1] = rt.quantnum[2] = rt.quantnum[3] = 2147483647;
+    const Console console = captured(BuildSpinSystemFromPulseSequenceGlobals);
+    EXPECT_EQ(console.err, "BuildSpinSystemFromPulseSequenceGlobals: more than 256 states\n");
+    EXPECT_EQ(console.out, "");
+    EXPECT_EQ(rt.n, 2);
+    EXPECT_EQ(rt.spinsystemdefined, 0);
+    EXPECT_EQ(rt.systemset, 0);
+}
