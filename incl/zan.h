@@ -88,6 +88,9 @@ struct ZanRuntime {
     double gx[ZAN_MAX_RF_POINTS], gy[ZAN_MAX_RF_POINTS], gz[ZAN_MAX_RF_POINTS]; // rad/s per cm
     int spatial_progress_sector, spatial_progress_sector_count; // for the progress lines
 
+    // ---- optimizer ----
+    int npar; // parameters of the pulse, a multiple of 4; 0 before an optimization
+
     // ---- receiver settings of the model ----
     double zan_gui_b0_tesla;             // T
     double zan_gui_receiver_carrier_ppm; // ppm
@@ -245,10 +248,17 @@ void PrintNonInteractiveStatus(void); // with what keeps the model from running
 void PrintPrepareStatus(void);
 void PrintCurrentModelSummary(void);
 
+// ------------------------------------------- pulses without a sequence (zan_pulse_dialogs.cpp)
+
+void RedefinePulseHamiltonian(void); // menu: xb, yb, their step, or the spatial sequence
+void DefinegradientOffset(void);     // asks the grid in use (x0_s …) and the gradients
+void OutputPulse(void);              // asks where xb and yb go as text
+
 // ------------------------------------- menus (zan_menus.cpp) and grid (zan_grid_dialog.cpp)
 
 void ZANPrepareMenu(void);
 void LiouvilleNonInteractive(void);
+void LiouvilleInteractive(void); // the steps of a single pulse, one by one
 void DefineSpatialSimulationDomain(void);
 
 #endif

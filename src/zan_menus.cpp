@@ -3,6 +3,7 @@
 #include "zan.h"
 
 #include "consoleutil.h"
+#include "pulsesequencedefiner.h"
 #include "zan-entry.h"
 
 static void not_yet(const char *what)
@@ -46,7 +47,7 @@ static void compose_sequence(void)
         std::printf("Define or import a model first.\n");
         return;
     }
-    not_yet("The sequence composer");
+    ComposePulseSequence();
 }
 
 static void prepare_action(int choice)
@@ -115,7 +116,7 @@ static void run_action(int choice)
 {
     switch (choice) {
     case 1:
-        not_yet("The sequence composer");
+        ComposePulseSequence();
         break;
     case 2:
         RunCurrentPreparedModel();
@@ -151,5 +152,72 @@ void LiouvilleNonInteractive(void)
         run_action(choice);
         std::printf("\nPress Enter to continue...");
         ConsolePause();
+    }
+}
+
+// ------------------------------------------------------------------ single steps
+
+static void print_step_menu(void)
+{
+    std::printf("========================================\n");
+    std::printf("==       MAIN INTERACTIVE MENU        ==\n");
+    std::printf("========================================\n");
+    std::printf("  1. Define/Redefine spin system\n");
+    std::printf("  2. Define/Redefine pulse Hamiltonian\n");
+    std::printf("  3. Define gradient offsets\n");
+    std::printf("  4. Run rotation / propagate (generate dm.bin)\n");
+    std::printf("  5. Spectral analyses (from dm.bin)\n");
+    std::printf("  6. Expectation values (from dm.bin)\n");
+    std::printf("  7. Output pulse arrays\n");
+    std::printf("  8. Optimize a spinstate selective RF-pulse\n");
+    std::printf("  0. Exit\n");
+    std::printf("Your choice [0..8] : ");
+}
+
+static void step_action(int choice)
+{
+    switch (choice) {
+    case 1:
+        RedefineSpinSystem();
+        break;
+    case 2:
+        RedefinePulseHamiltonian();
+        break;
+    case 3:
+        DefinegradientOffset();
+        break;
+    case 4:
+        Rotate3D();
+        break;
+    case 5:
+        not_yet("The spectrum analysis");
+        break;
+    case 6:
+        CalcExpVal();
+        break;
+    case 7:
+        OutputPulse();
+        break;
+    case 8:
+        not_yet("The pulse optimization");
+        break;
+    default:
+        std::printf("Unknown choice.\n");
+        break;
+    }
+}
+
+void LiouvilleInteractive(void)
+{
+    int choice;
+    for (;;) {
+        print_step_menu();
+        if (!read_choice(&choice))
+            return;
+        std::printf("\n");
+        if (choice == 0)
+            return;
+        step_action(choice);
+        ConsoleDropLine();
     }
 }
