@@ -73,6 +73,10 @@ void complex_gs(int n, ColumnStore &vecs_re, ColumnStore &vecs_im);
 void complex_gs_range(int n, int first_col, int last_col, ColumnStore &vecs_re,
                       ColumnStore &vecs_im);
 
+// As hermit up to 64 states; above, accurate to rounding by Householder tridiagonalisation
+// (matrixmathlib_eigen_large.cpp).
+void hermitian_eigensystem(int n, const CMatrix *A, CMatrix *Z, double *D);
+
 // Line lists of Re Tr(cohmat·rho(t)), rho(t) = exp(-iHt)·densmat·exp(iHt): the sum of
 // csp amplitude·cos(2·pi·f·t) and ssp amplitude·sin(2·pi·f·t). Nc and Ns may be null.
 void DoSpectrum(int n, const CMatrix *densmat, const CMatrix *Hmat, const CMatrix *cohmat,
@@ -85,5 +89,16 @@ void zero_spectrum(LineList &spc);
 void HTRIDI(int n, const CMatrix *A, double *D, double *E, double (*tau)[MATRIXMATH_DIM]);
 void TQL2(int n, double *D, const double *E, CMatrix *Z, int *ierr);
 void HTRIBK(int n, const CMatrix *A, CMatrix *Z, double (*tau)[MATRIXMATH_DIM]);
+// Steps of that eigensolver that code written against it may call: they do nothing.
+void pr1(int j, double *P, CMatrix *R, CMatrix *H, double *F, double *C, double *S, double *G,
+         double *D, double *E, int L, int n, int M, CMatrix *Z);
+void pr2(int n, double *P, CMatrix *Z, double *D);
+void pr1x(int i, double *E, double *E2, double *D, double *HH, double *scale, CMatrix *A);
+void pr3x(double *F, double *G, double *GI, double *H, int i, int L, CMatrix *A, double *E,
+          double (*tau)[MATRIXMATH_DIM]);
+void pr4x(double *HH, double *F, double *H, double *G, double *FI, double *GI, int i, int L,
+          CMatrix *A, double *E, double (*tau)[MATRIXMATH_DIM]);
+void pr5x(int i, int L, double *scale, double *SI, double *HH, CMatrix *A,
+          double (*tau)[MATRIXMATH_DIM], double *D);
 
 #endif

@@ -38,6 +38,11 @@ bool plat_find_ignoring_case(const char *path, std::string *found);
 bool plat_replace_file(const char *from, const char *to); // atomic; to may exist
 bool plat_remove_file(const char *path);
 
+// Starts a program that goes on by itself: in a session of its own, without console, not waited
+// for. On Linux found in PATH and never through a shell. On Windows through the command
+// interpreter, so words with quotes, percent signs or line ends are refused.
+bool plat_start_in_background(const char *program, const std::vector<std::string> &words);
+
 bool plat_console_is_input(void); // standard input is a terminal
 void plat_console_clear(void);    // nothing when output is not a console
 void plat_console_utf8(void);

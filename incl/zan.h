@@ -254,6 +254,11 @@ void RedefinePulseHamiltonian(void); // menu: xb, yb, their step, or the spatial
 void DefinegradientOffset(void);     // asks the grid in use (x0_s …) and the gradients
 void OutputPulse(void);              // asks where xb and yb go as text
 
+// ------------------------------------------------------------- spectra (zan_spectra.cpp)
+
+void ZANCalculateSpectraInteractive(void); // the run menu's choice: average or separate
+void InteractiveSpectrumAnalyses(void);    // the same, the 2-D spectrum, and the signals made
+
 // ------------------------------------- menus (zan_menus.cpp) and grid (zan_grid_dialog.cpp)
 
 void ZANPrepareMenu(void);

@@ -31,6 +31,9 @@ dataio_status SGXYFileOut_status(size_t ap, const double *x, const char *filenam
 dataio_status read_legacy_bin_header(FILE *in, int32_t *type, int32_t *pp, int32_t *fndw);
 // A type-1 signal file behind a descriptor of 256 int32 words.
 dataio_status Create_IDL_File_status(const char *input_filename, const char *output_filename);
+// The same from open file to open file, quietly: a cut signal ends the copy. False when it could
+// not be written.
+bool write_pv_wave_file(FILE *in, FILE *out);
 
 // ---- the same with a question for the name ----
 // A bare name is read from the working directory, else from the RF input directory.

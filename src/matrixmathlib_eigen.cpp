@@ -420,3 +420,33 @@ void TQL2(int n, double *D, const double * /*E*/, CMatrix *Z, int *ierr)
 void HTRIBK(int /*n*/, const CMatrix * /*A*/, CMatrix * /*Z*/, double (* /*tau*/)[MATRIXMATH_DIM])
 {
 }
+
+// Nothing is left to do for the steps either: hermit has done it all.
+void pr1(int /*j*/, double * /*P*/, CMatrix * /*R*/, CMatrix * /*H*/, double * /*F*/,
+         double * /*C*/, double * /*S*/, double * /*G*/, double * /*D*/, double * /*E*/, int /*L*/,
+         int /*n*/, int /*M*/, CMatrix * /*Z*/)
+{
+}
+
+void pr2(int /*n*/, double * /*P*/, CMatrix * /*Z*/, double * /*D*/) {}
+
+void pr1x(int /*i*/, double * /*E*/, double * /*E2*/, double * /*D*/, double * /*HH*/,
+          double * /*scale*/, CMatrix * /*A*/)
+{
+}
+
+void pr3x(double * /*F*/, double * /*G*/, double * /*GI*/, double * /*H*/, int /*i*/, int /*L*/,
+          CMatrix * /*A*/, double * /*E*/, double (* /*tau*/)[MATRIXMATH_DIM])
+{
+}
+
+void pr4x(double * /*HH*/, double * /*F*/, double * /*H*/, double * /*G*/, double * /*FI*/,
+          double * /*GI*/, int /*i*/, int /*L*/, CMatrix * /*A*/, double * /*E*/,
+          double (* /*tau*/)[MATRIXMATH_DIM])
+{
+}
+
+void pr5x(int /*i*/, int /*L*/, double * /*scale*/, double * /*SI*/, double * /*HH*/,
+          CMatrix * /*A*/, double (* /*tau*/)[MATRIXMATH_DIM], double * /*D*/)
+{
+}

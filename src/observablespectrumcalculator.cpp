@@ -1,14 +1,16 @@
-// observablespectrumcalculator.cpp - receiver signals of the density matrices in "dm.bin".
+// observablespectrumcalculator.cpp - the analyses of "dm.bin" that ask what they need: separate
+// signals, the average spectrum, the two-dimensional spectrum.
 //
-// receiverlib makes the trace of one matrix; this room reads the matrices, forms the receiver
-// Hamiltonian, writes the signal file and prints the tables that explain a single trace.
+// The traces come from observablespectrumcalculator_signal, the exports from _outputs and _2d.
+// This room also opens the files that all of them read.
 
-#include "observablespectrumcalculator.h"
+#include "observablespectrumcalculator_internal.h"
 
-#include "binaryfilehandling.h"
-#include "receiverlib.h"
+#include "consoleutil.h"
 
 #include <cmath>
+#include <cstdint>
+#include <filesystem>
 #include <new>
 
 double osc_pi(void)
@@ -21,152 +23,9 @@ double finite_or_zero(double value)
     return std::isfinite(value) ? value : 0.0;
 }
 
-// ------------------------------------------------------------------ tables
+// ------------------------------------------------------------------ what the rooms share
 
-static void print_lines(const LineList &lines, int count)
-{
-    for (int k = 1; k <= count; k++)
-        std::printf("    % .12e  % .12g\n", lines[1][k], lines[2][k]);
-}
-
-void print_legacy_spectrum_component_diagnostics(const char *label, const LineList &csp,
-                                                 const LineList &ssp, int Nc, int Ns)
-{
-    if (ZAN_GetSmokeCheckMode())
-        return;
-    std::printf("\nZAN legacy DoSpectrum component list: %s\n", label);
-    std::printf("  COS components: amplitude * cos(2*pi*frequency_hz*t)\n");
-    print_lines(csp, Nc);
-    std::printf("  SIN components: amplitude * sin(2*pi*frequency_hz*t)\n");
-    print_lines(ssp, Ns);
-}
-
-typedef void SpinOperatorBuilder(const SpinIList &, const SpinKet &, int, int, CMatrix *);
-
-static double unit_norm_expectation(SpinOperatorBuilder make, int spin, int n,
-                                    const CMatrix *densmat, const SpinKet &ket,
-                                    const SpinIList &Ilist)
-{
-    static CMatrix op;
-    Complex2 value;
-    make(Ilist, ket, n, spin, &op);
-    NormCMatrix(n, &op);
-    ExpectationValue(n, &op, densmat, &value);
-    return value[COMPLEX_RE];
-}
-
-void print_adc_start_transverse_expectations(int n, const CMatrix *densmat, const SpinKet &ket,
-                                             const SpinIList &Ilist)
-{
-    if (ZAN_GetSmokeCheckMode())
-        return;
-    std::printf("\nZAN ADC-start per-spin transverse expectations\n");
-    std::printf("  columns: spin  <Ix>_re  <Iy>_re\n");
-    const int spins = infer_nspins(Ilist);
-    for (int k = 1; k <= spins; k++)
-        std::printf("  %2d  % .12e  % .12e\n", k,
-                    unit_norm_expectation(MakeMatrixIx, k, n, densmat, ket, Ilist),
-                    unit_norm_expectation(MakeMatrixIy, k, n, densmat, ket, Ilist));
-}
-
-static void print_line_lists(int n, const CMatrix *densmat, const CMatrix *Hmat,
-                             const CMatrix *observable, const char *label)
-{
-    static LineList csp, ssp;
-    int Nc = 0, Ns = 0;
-    DoSpectrum(n, densmat, Hmat, observable, csp, ssp, &Nc, &Ns);
-    print_legacy_spectrum_component_diagnostics(label, csp, ssp, Nc, Ns);
-}
-
-// ------------------------------------------------------------------ one trace
-
-void build_direct_observable_signal(int n, int ap, double acq_time_s, const CMatrix *densmat,
-                                    const CMatrix *Hmat, const CMatrix *Ixtot, const CMatrix *Iytot,
-                                    double *out_re, double *out_im)
-{
-    const double dt = ap < 1 ? 0.0 : acq_time_s / ap; // ap intervals, not ap - 1
-    ReceiverTrace(n, ap, dt, densmat, Hmat, Ixtot, Iytot, out_re, out_im);
-}
-
-void build_legacy_separate_spectra_signal(int n, int ap, double acq_time_s, const CMatrix *densmat,
-                                          const CMatrix *Hmat, const CMatrix *Ixtot,
-                                          const CMatrix *Iytot, double *out_re, double *out_im,
-                                          bool print_diagnostics)
-{
-    if (print_diagnostics && !ZAN_GetSmokeCheckMode()) {
-        if (n > HERMIT_MAX_N) {
-            std::printf("\nZAN legacy DoSpectrum diagnostics skipped for n=%d (>64).\n", n);
-            std::printf("Direct density-matrix FID propagation is still used for receiver "
-                        "export.\n");
-        } else {
-            print_line_lists(n, densmat, Hmat, Ixtot, "Ix absorption channel");
-            print_line_lists(n, densmat, Hmat, Iytot, "Iy dispersion channel");
-        }
-    }
-    build_direct_observable_signal(n, ap, acq_time_s, densmat, Hmat, Ixtot, Iytot, out_re, out_im);
-}
-
-// ------------------------------------------------------------------ the signal file
-
-// What every trace of a signal file shares.
-struct Receiver {
-    int n, points; // states, samples
-    double time;   // acquisition time, s
-    const CMatrix *Hmat, *Ixtot, *Iytot;
-    const SpinKet *ket;
-    const SpinIList *Ilist;
-    const ZANSlowBandSplitConfig *slow; // may be null
-    std::unique_ptr<double[]> re, im;
-};
-
-// Hmat = -(Istat + 2·pi·offset·Iztot): free precession in the frame of the receiver.
-static void make_receiver_hamiltonian(int n, double offset_hz, const CMatrix *Istat,
-                                      const CMatrix *Iztot, CMatrix *Hmat)
-{
-    RMultCMat(n, 2.0 * osc_pi() * offset_hz, Iztot, Hmat);
-    CMatAdd(n, Istat, Hmat, Hmat);
-    RMultCMat(n, -1.0, Hmat, Hmat);
-}
-
-static bool write_trace(FILE *out, const Receiver &r)
-{
-    for (size_t k = 0; k < (size_t)r.points; k++) {
-        const double sample[2] = {finite_or_zero(r.re[k]), finite_or_zero(r.im[k])};
-        if (std::fwrite(sample, sizeof(double), 2, out) != 2)
-            return false;
-    }
-    return true;
-}
-
-// False when the signal could not be written; a short density file ends the traces early.
-static bool write_traces(FILE *dm, FILE *out, int traces, const Receiver &r, CMatrix *densmat)
-{
-    for (int trace = 1; trace <= traces; trace++) {
-        if (!read_density_matrix(dm, r.n, r.n, densmat)) {
-            std::printf(">>> READ BINARY FILE ERROR (dm.bin) <<<\n");
-            return true;
-        }
-        if (traces < 2)
-            print_adc_start_transverse_expectations(r.n, densmat, *r.ket, *r.Ilist);
-        build_legacy_separate_spectra_signal(r.n, r.points, r.time, densmat, r.Hmat, r.Ixtot,
-                                             r.Iytot, r.re.get(), r.im.get(), traces < 2);
-        if (!write_trace(out, r))
-            return false;
-    }
-    return true;
-}
-
-// Multiplets are resolved for a single trace only.
-static void note_skipped_split(const Receiver &r, int traces)
-{
-    if (r.slow && r.slow->enabled && traces > 1 && !ZAN_GetSmokeCheckMode())
-        std::printf("SLOW multiplet-resolved export skipped for %d traces; complete receiver "
-                    "signal is still written.\n",
-                    traces);
-}
-
-// "dm.bin" behind its header; empty after a message.
-static FilePtr open_density_file(int n, int *matrices)
+FilePtr osc_open_density_file(int n, int *matrices)
 {
     FilePtr dm{std::fopen("dm.bin", "rb")};
     if (!dm) {
@@ -183,58 +42,246 @@ static FilePtr open_density_file(int n, int *matrices)
     return dm;
 }
 
-static bool write_signal_file(const char *path, FILE *dm, int traces, const Receiver &r,
-                              CMatrix *densmat)
+void osc_receiver_hamiltonian(int n, double offset_hz, const CMatrix *Istat, const CMatrix *Iztot,
+                              CMatrix *Hmat)
 {
-    OutputFile out;
-    if (!open_output(&out, path, "wb")) {
-        std::perror("fopen(signal output)");
-        return false;
+    RMultCMat(n, 2.0 * osc_pi() * offset_hz, Iztot, Hmat);
+    CMatAdd(n, Istat, Hmat, Hmat);
+    RMultCMat(n, -1.0, Hmat, Hmat);
+}
+
+void osc_receiver_eigenbasis(int n, const CMatrix *densmat, const CMatrix *Hmat,
+                             const CMatrix *Ixtot, const CMatrix *Iytot, ReceiverEigenbasis *basis)
+{
+    static CMatrix receiver, V, Va;
+    const Complex2 i = {0.0, 0.0, 1.0};
+    CMultCMat(n, &i, Iytot, &receiver);
+    CMatAdd(n, Ixtot, &receiver, &receiver);
+    hermitian_eigensystem(n, Hmat, &V, basis->eigval);
+    Adjungate(n, &V, &Va);
+    Transform(n, &Va, densmat, &V, &basis->rho);
+    Transform(n, &Va, &receiver, &V, &basis->receiver);
+}
+
+// The counts of a header are believed only when the file is long enough for them.
+static bool holds_all_samples(const char *path, int samples, int traces)
+{
+    std::error_code error;
+    const uintmax_t size = std::filesystem::file_size(path, error);
+    const double needed = 12.0 + 16.0 * samples * traces;
+    if (!error && static_cast<double>(size) >= needed)
+        return true;
+    std::printf(">>> READ BINARY FILE ERROR (zansign.bin) <<<\n");
+    return false;
+}
+
+SignalInput osc_open_signal_file(void)
+{
+    SignalInput in = {FilePtr{std::fopen("zansign.bin", "rb")}, 0, 0};
+    if (!in.file) {
+        std::perror("fopen(zansign.bin)");
+        return in;
     }
-    note_skipped_split(r, traces);
-    WriteBinFileHeaderI(out.file, 1, r.points, traces);
-    if (binfh_last_status != BINFH_OK || !write_traces(dm, out.file, traces, r, densmat)) {
-        std::perror("fwrite(signal output)");
-        discard_output(&out);
+    int type = 0;
+    ReadBinFileHeader(in.file.get(), &type, &in.samples, &in.traces);
+    if (in.samples < 1 || in.traces < 1 || !holds_all_samples("zansign.bin", in.samples, in.traces))
+        in.file.reset();
+    return in;
+}
+
+bool osc_read_trace(const SignalInput &in, double *values)
+{
+    const size_t count = 2 * (size_t)in.samples;
+    if (std::fread(values, sizeof(double), count, in.file.get()) == count)
+        return true;
+    std::printf(">>> READ BINARY FILE ERROR (zansign.bin) <<<\n");
+    return false;
+}
+
+std::unique_ptr<double[]> osc_zeros(size_t count)
+{
+    return std::unique_ptr<double[]>{new (std::nothrow) double[count]()};
+}
+
+// ------------------------------------------------------------------ questions
+
+static const int MAX_TIME_POINTS = 1 << 24; // a typing error should not cost all memory
+
+// What an analysis asks for.
+struct ReceiverSettings {
+    double time;   // acquisition time, s
+    double offset; // Hz
+};
+
+static bool ask_receiver_settings(int *ap, ReceiverSettings *settings)
+{
+    std::printf("How many time-points (power of 2): ");
+    if (!ConsoleReadInt(ap))
         return false;
+    std::printf("\nAcquisition time [seconds] : ");
+    if (!ConsoleReadDouble(&settings->time))
+        return false;
+    std::printf("\nOffset frequency [Hz] = ");
+    if (!ConsoleReadDouble(&settings->offset))
+        return false;
+    std::printf("\n");
+    if (*ap > MAX_TIME_POINTS)
+        std::printf("%d time-points are more than the largest number, %d.\n", *ap, MAX_TIME_POINTS);
+    return *ap <= MAX_TIME_POINTS;
+}
+
+// ------------------------------------------------------------------ separate signals
+
+double SeparateSpectra_GenerateSignal(const int *n, int *ap, CMatrix *densmat, const CMatrix *Istat,
+                                      const CMatrix *Ixtot, const CMatrix *Iytot,
+                                      const CMatrix *Iztot, const SpinKet &ket,
+                                      const SpinIList &Ilist)
+{
+    if (!n || !ap)
+        return 0.0;
+    ReceiverSettings settings = {0.001, 0.0};
+    if (ZAN_GetSmokeCheckMode()) {
+        *ap = *ap < 1 ? 1 : *ap;
+    } else {
+        std::printf("----------------------------------------------------------\n");
+        std::printf("-    Calculation spectra of density matrix / matrices    -\n");
+        std::printf("----------------------------------------------------------\n\n");
+        if (!ask_receiver_settings(ap, &settings))
+            return 0.0;
     }
-    if (!commit_output(&out)) {
-        std::perror("fclose(signal output)");
-        return false;
+    return SeparateSpectra_GenerateSignalWithParams(n, *ap, settings.time, settings.offset,
+                                                    "zansign.bin", densmat, Istat, Ixtot, Iytot,
+                                                    Iztot, ket, Ilist);
+}
+
+void SeparateSpectra(const int *n, int *ap, CMatrix *densmat, const CMatrix *Istat,
+                     const CMatrix *Ixtot, const CMatrix *Iytot, const CMatrix *Iztot,
+                     const SpinKet &ket, const SpinIList &Ilist)
+{
+    const double time =
+        SeparateSpectra_GenerateSignal(n, ap, densmat, Istat, Ixtot, Iytot, Iztot, ket, Ilist);
+    if (time > 0.0)
+        SpectrumOutputMenu(time);
+}
+
+// ------------------------------------------------------------------ average spectrum
+
+// densmat becomes the sum of all matrices: a sum over the voxels, not their mean.
+static bool sum_density_matrices(FILE *dm, int n, int matrices, CMatrix *densmat)
+{
+    static CMatrix one;
+    CMatZero(n, densmat);
+    for (int v = 1; v <= matrices; v++) {
+        if (!read_density_matrix(dm, n, n, &one)) {
+            std::printf(">>> READ BINARY FILE ERROR (dm.bin) <<<\n");
+            return false;
+        }
+        CMatAdd(n, densmat, &one, densmat);
     }
     return true;
 }
 
-double SeparateSpectra_GenerateSignalWithParamsAndSlowSplit(
-    const int *n, int signal_points, double acquisition_time_s, double receiver_offset_hz,
-    const char *output_filename, const ZANSlowBandSplitConfig *slow_split, CMatrix *densmat,
-    const CMatrix *Istat, const CMatrix *Ixtot, const CMatrix *Iytot, const CMatrix *Iztot,
-    const SpinKet &ket, const SpinIList &Ilist)
+static void signal_from_lines(int n, int ap, double time, const CMatrix *densmat,
+                              const CMatrix *Hmat, const CMatrix *observable, double *out)
 {
-    static CMatrix Hmat;
-    if (!n || signal_points < 1 || acquisition_time_s <= 0.0)
-        return 0.0;
-    const char *path = output_filename && *output_filename ? output_filename : "zansign.bin";
-    int traces = 0;
-    const FilePtr dm = open_density_file(*n, &traces);
-    if (!dm)
-        return 0.0;
-    make_receiver_hamiltonian(*n, receiver_offset_hz, Istat, Iztot, &Hmat);
-    Receiver r = {*n,   signal_points, acquisition_time_s, &Hmat,   Ixtot,  Iytot,
-                  &ket, &Ilist,        slow_split,         nullptr, nullptr};
-    r.re.reset(new (std::nothrow) double[(size_t)signal_points]());
-    r.im.reset(new (std::nothrow) double[(size_t)signal_points]());
-    if (!r.re || !r.im)
-        return 0.0;
-    return write_signal_file(path, dm.get(), traces, r, densmat) ? acquisition_time_s : 0.0;
+    static LineList csp, ssp;
+    int Nc = 0, Ns = 0;
+    DoSpectrum(n, densmat, Hmat, observable, csp, ssp, &Nc, &Ns);
+    build_scalar_signal_from_spectrum(ap, time, csp, Nc, ssp, Ns, out);
 }
 
-double SeparateSpectra_GenerateSignalWithParams(
-    const int *n, int signal_points, double acquisition_time_s, double receiver_offset_hz,
-    const char *output_filename, CMatrix *densmat, const CMatrix *Istat, const CMatrix *Ixtot,
-    const CMatrix *Iytot, const CMatrix *Iztot, const SpinKet &ket, const SpinIList &Ilist)
+static bool write_single_trace(int ap, const double *re, const double *im)
 {
-    return SeparateSpectra_GenerateSignalWithParamsAndSlowSplit(
-        n, signal_points, acquisition_time_s, receiver_offset_hz, output_filename, nullptr, densmat,
-        Istat, Ixtot, Iytot, Iztot, ket, Ilist);
+    OutputFile out;
+    if (!open_output(&out, "zansign.bin", "wb")) {
+        std::perror("fopen(zansign.bin)");
+        return false;
+    }
+    WriteBinFileHeaderI(out.file, 1, ap, 1);
+    const bool written = binfh_last_status == BINFH_OK && write_signal_trace(out.file, ap, re, im);
+    if (written && commit_output(&out))
+        return true;
+    std::perror("fwrite(zansign.bin)");
+    discard_output(&out);
+    return false;
+}
+
+// A summed matrix as its signal in "zansign.bin".
+static bool write_average_signal(int n, int ap, double time, const CMatrix *densmat,
+                                 const CMatrix *Hmat, const CMatrix *Ixtot, const CMatrix *Iytot)
+{
+    const std::unique_ptr<double[]> re = osc_zeros((size_t)ap), im = osc_zeros((size_t)ap);
+    if (!re || !im) {
+        std::perror("calloc");
+        return false;
+    }
+    signal_from_lines(n, ap, time, densmat, Hmat, Ixtot, re.get());
+    signal_from_lines(n, ap, time, densmat, Hmat, Iytot, im.get());
+    return write_single_trace(ap, re.get(), im.get());
+}
+
+static bool average_is_possible(int n)
+{
+    if (n > HERMIT_MAX_N)
+        std::printf("Average spectra are limited to %d states; this spin system has %d.\n",
+                    HERMIT_MAX_N, n);
+    return n <= HERMIT_MAX_N;
+}
+
+void AverageSpectrum(const int *n, int *ap, CMatrix *densmat, const CMatrix *Istat,
+                     const CMatrix *Ixtot, const CMatrix *Iytot, const CMatrix *Iztot,
+                     const SpinKet & /*ket*/, const SpinIList & /*Ilist*/)
+{
+    static CMatrix Hmat;
+    if (!n || !ap)
+        return;
+    std::printf("**********************************************************\n");
+    std::printf("*** Calculation of average spectrum of density matrices ***\n");
+    std::printf("**********************************************************\n\n");
+    if (!average_is_possible(*n))
+        return;
+    int matrices = 0;
+    const FilePtr dm = osc_open_density_file(*n, &matrices);
+    ReceiverSettings settings;
+    if (!dm || !ask_receiver_settings(ap, &settings))
+        return;
+    if (*ap < 1) {
+        std::printf("A signal needs at least one time-point.\n");
+        return;
+    }
+    if (!sum_density_matrices(dm.get(), *n, matrices, densmat))
+        return;
+    osc_receiver_hamiltonian(*n, settings.offset, Istat, Iztot, &Hmat);
+    if (write_average_signal(*n, *ap, settings.time, densmat, &Hmat, Ixtot, Iytot))
+        SpectrumOutputMenu(settings.time);
+}
+
+// ------------------------------------------------------------------ two-dimensional spectrum
+
+// From one matrix to the next of an evolution time: the durations of all evolution sectors, s.
+// 0 when the sequence has none.
+static double evolution_step(void)
+{
+    double step = 0.0;
+    for (int s = 1; rt.sequencetype == 2 && s <= rt.nos; s++)
+        if (rt.sectype[s] == 2)
+            step += rt.sectdur[s];
+    return step;
+}
+
+void Determine2DSpectrum(const int *n, int *ap, CMatrix *densmat, const CMatrix *Istat,
+                         const CMatrix *Ixtot, const CMatrix *Iytot, const CMatrix *Iztot,
+                         const SpinKet &ket, const SpinIList &Ilist)
+{
+    const double time =
+        SeparateSpectra_GenerateSignal(n, ap, densmat, Istat, Ixtot, Iytot, Iztot, ket, Ilist);
+    if (!(time > 0.0) || ZAN_GetSmokeCheckMode())
+        return;
+    int choice;
+    std::printf("\nDo 2D FFT? (1=no, 2=yes)\nYour choice [1,2] : ");
+    if (!ConsoleReadInt(&choice))
+        return;
+    if (choice == 2)
+        Calc2Dfft(time, evolution_step());
+    SpectrumOutputMenu(time);
 }

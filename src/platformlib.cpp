@@ -116,6 +116,27 @@ bool plat_remove_file(const char *path)
     return _unlink(path) == 0;
 }
 
+static bool is_plain_option(const std::string &word)
+{
+    return word.starts_with('-') &&
+           word.find_first_not_of("-abcdefghijklmnopqrstuvwxyz") == std::string::npos;
+}
+
+// start "gnuplot" /B gnuplot -persist "NAME": options stand as they are, all other words quoted.
+bool plat_start_in_background(const char *program, const std::vector<std::string> &words)
+{
+    std::string command = std::string("start \"") + program + "\" /B " + program;
+    for (const std::string &word : words) {
+        if (word.find_first_of("\"%\r\n") != std::string::npos) {
+            errno = EINVAL;
+            return false;
+        }
+        command += is_plain_option(word) ? " " + word : " \"" + word + "\"";
+    }
+    std::fflush(nullptr);
+    return std::system(command.c_str()) != -1;
+}
+
 bool plat_console_is_input(void)
 {
     return _isatty(_fileno(stdin)) != 0;
@@ -158,6 +179,8 @@ static std::vector<std::string> list_entries(const std::string &dir)
 #else // Linux
 
 #include <dirent.h>
+#include <fcntl.h>
+#include <spawn.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -240,6 +263,44 @@ bool plat_replace_file(const char *from, const char *to)
 bool plat_remove_file(const char *path)
 {
     return unlink(path) == 0;
+}
+
+// Of the program's own streams the child gets none: it must neither read the answers that are
+// meant for us nor keep a front end waiting for the end of our output.
+static int use_null_streams(posix_spawn_file_actions_t *actions)
+{
+    int error = posix_spawn_file_actions_addopen(actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    for (int fd : {STDOUT_FILENO, STDERR_FILENO})
+        if (error == 0)
+            error = posix_spawn_file_actions_addopen(actions, fd, "/dev/null", O_WRONLY, 0);
+    return error;
+}
+
+static int spawn_in_own_session(char **argv)
+{
+    posix_spawn_file_actions_t actions;
+    posix_spawnattr_t attributes;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawnattr_init(&attributes);
+    pid_t pid;
+    int error = use_null_streams(&actions);
+    if (error == 0)
+        error = posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
+    if (error == 0)
+        error = posix_spawnp(&pid, argv[0], &actions, &attributes, argv, environ);
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&actions);
+    return error;
+}
+
+bool plat_start_in_background(const char *program, const std::vector<std::string> &words)
+{
+    std::vector<char *> argv = {const_cast<char *>(program)};
+    for (const std::string &word : words)
+        argv.push_back(const_cast<char *>(word.c_str()));
+    argv.push_back(nullptr);
+    errno = spawn_in_own_session(argv.data());
+    return errno == 0;
 }
 
 bool plat_console_is_input(void)

@@ -125,7 +125,7 @@ static void run_action(int choice)
         CalcExpVal();
         break;
     case 4:
-        not_yet("The spectrum analysis");
+        ZANCalculateSpectraInteractive();
         break;
     case 5:
         not_yet("The sector optimization");
@@ -190,7 +190,7 @@ static void step_action(int choice)
         Rotate3D();
         break;
     case 5:
-        not_yet("The spectrum analysis");
+        InteractiveSpectrumAnalyses();
         break;
     case 6:
         CalcExpVal();

@@ -244,6 +244,16 @@ static void write_2d_result(const Acquisition &acq, const ZANSlowBandSplitConfig
         std::printf("Failed to copy density-matrix result to %s\n", rt.resultflnm);
 }
 
+// Without a result file the spectrum is made at once, with what the user answers.
+static void analyse_2d_signal(void)
+{
+    int points = rt.ap; // the receiver's, which are not the waveform's
+    zan_build_transverse_totals(1);
+    Determine2DSpectrum(&rt.n, &points, &rt.densmat, &rt.Istat, &rt.Ixtot, &rt.Iytot, &rt.Izgrad,
+                        rt.ket, rt.Ilist);
+    zan_build_transverse_totals(0);
+}
+
 void SimulateLoaded2DPulseSequence(void)
 {
     start_run();
@@ -259,4 +269,6 @@ void SimulateLoaded2DPulseSequence(void)
     CMatAdd(rt.n, &rt.Izee, &rt.Icoup, &rt.Istat);
     ZANSlowBandSplitConfig slow;
     write_2d_result(acq, zan_try_slow_band_split_config(&slow) ? &slow : nullptr);
+    if (acq.evolution && !rt.resultflnm[0])
+        analyse_2d_signal();
 }

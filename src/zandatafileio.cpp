@@ -134,15 +134,23 @@ dataio_status read_legacy_bin_header(FILE *in, int32_t *type, int32_t *pp, int32
     return DATAIO_OK;
 }
 
-// The descriptor and zeros behind it, 256 words in all.
+// The descriptor, 15 words, and zeros behind it.
+struct IdlHeader {
+    int32_t words[256];
+};
+
+static IdlHeader idl_header(int32_t pp, int32_t fndw)
+{
+    return {{3, 0, 0, 2, pp, fndw, 0, 0, 1, 0, 0, 0, 0, 0, 2}};
+}
+
 static dataio_status write_idl_header(FILE *out, int32_t pp, int32_t fndw)
 {
-    const int32_t descriptor[15] = {3, 0, 0, 2, pp, fndw, 0, 0, 1, 0, 0, 0, 0, 0, 2};
-    const int32_t zero = 0;
-    if (std::fwrite(descriptor, sizeof descriptor[0], 15, out) != 15)
+    const IdlHeader header = idl_header(pp, fndw);
+    if (std::fwrite(header.words, sizeof header.words[0], 15, out) != 15)
         return io_error("fwrite(hiarr)");
     for (int word = 15; word < 256; word++)
-        if (std::fwrite(&zero, sizeof zero, 1, out) != 1)
+        if (std::fwrite(&header.words[word], sizeof header.words[0], 1, out) != 1)
             return io_error("fwrite(zero)");
     return DATAIO_OK;
 }
@@ -163,6 +171,23 @@ static dataio_status copy_doubles(FILE *in, FILE *out, int64_t count)
 static int64_t signal_doubles(int32_t pp, int32_t fndw)
 {
     return pp > 0 && fndw > 0 ? 2 * static_cast<int64_t>(pp) * fndw : 0;
+}
+
+bool write_pv_wave_file(FILE *in, FILE *out)
+{
+    int32_t type, pp, fndw;
+    read_legacy_bin_header(in, &type, &pp, &fndw); // fails for null arguments only
+    const IdlHeader header = idl_header(pp, fndw);
+    if (std::fwrite(header.words, sizeof header.words[0], 256, out) != 256)
+        return false;
+    double value;
+    for (int64_t k = signal_doubles(pp, fndw); k > 0; k--) {
+        if (std::fread(&value, sizeof value, 1, in) != 1)
+            return true;
+        if (std::fwrite(&value, sizeof value, 1, out) != 1)
+            return false;
+    }
+    return true;
 }
 
 dataio_status Create_IDL_File_status(const char *input_filename, const char *output_filename)
