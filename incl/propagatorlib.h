@@ -14,6 +14,10 @@ void unpack_matrix(int n, const std::complex<double> *packed, CMatrix *mat);
 
 // One sector as every position sees it. Sample k = 0..ap-1 acts during [k·tau, (k+1)·tau):
 //   H_k = H0 + (gx[k]·x + gy[k]·y + gz[k]·z + offset)·Izgrad + xb[k]·Ixtot + yb[k]·Iytot
+struct Position {
+    double x, y, z; // cm
+};
+
 struct SectorField {
     int n;                                 // states
     const CMatrix *H0;                     // rad/s
@@ -23,18 +27,23 @@ struct SectorField {
     const double *xb, *yb;                 // RF, rad/s
     const double *gx, *gy, *gz;            // gradients, rad/s per cm; all null: none
     double offset;                         // static offset, rad/s
-};
-
-struct Position {
-    double x, y, z; // cm
+    Position low, high;                    // a box that holds every position of the sector
 };
 
 // propagators[p] (packed) = U_0·U_1·…·U_(ap-1) at positions[p], U_k = exp(-i·H_k·tau).
+// The numbers do not depend on which positions are asked for together.
 void SectorPropagators(const SectorField &field, const Position *positions, int count,
                        std::complex<double> *propagators);
 
 // rho[v] <- P†·rho[v]·P with P = propagators[which[v]], v = 0..count-1; all packed.
 void RotateDensities(int n, const std::complex<double> *propagators, const int *which, int count,
                      std::complex<double> *rho);
+
+// The published recipe, one matrix exponential per sample and position: slow, and what the tests
+// hold the functions above to. Static scratch, not reentrant.
+void SectorPropagatorsPlain(const SectorField &field, const Position *positions, int count,
+                            std::complex<double> *propagators);
+void RotateDensitiesPlain(int n, const std::complex<double> *propagators, const int *which,
+                          int count, std::complex<double> *rho);
 
 #endif

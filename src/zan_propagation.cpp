@@ -291,6 +291,8 @@ static void rotate_3d_through_store(FilePtr in, int voxels)
     field.gy = rt.gy;
     field.gz = rt.gz;
     field.offset = rt.statoff_s;
+    field.low = {rt.x0_s, rt.y0_s, rt.z0_s};
+    field.high = voxel_position((int64_t)rt.ndx * rt.ndy * rt.ndz - 1);
 
     const char *failure = "Rotate3D: failed to write store header";
     if (WriteBinFileHeader_status(store.get(), 0, rt.n, voxels) == BINFH_OK)

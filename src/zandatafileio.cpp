@@ -175,7 +175,7 @@ static int64_t signal_doubles(int32_t pp, int32_t fndw)
 
 bool write_pv_wave_file(FILE *in, FILE *out)
 {
-    int32_t type, pp, fndw;
+    int32_t type = 0, pp = 0, fndw = 0;
     read_legacy_bin_header(in, &type, &pp, &fndw); // fails for null arguments only
     const IdlHeader header = idl_header(pp, fndw);
     if (std::fwrite(header.words, sizeof header.words[0], 256, out) != 256)

@@ -369,6 +369,32 @@ TEST(Hermit, AcceptsTheLargestDimension)
     EXPECT_LT(distance_from_decomposition(64, A), 1e-11);
 }
 
+TEST(HermitianEigensystem, IsHermitsUpToItsLimit)
+{
+    static CMatrix Z2;
+    double D2[MATRIXMATH_DIM];
+    for (int n : {1, 3, 5}) { // at 5 the rotation limit shows, and stays
+        random_hermitian(n, 11, &A);
+        hermit(n, &A, &Z2, D2);
+        hermitian_eigensystem(n, &A, &Z, D);
+        EXPECT_TRUE(same_elements(n, Z, Z2)) << n;
+        EXPECT_TRUE(std::equal(D + 1, D + n + 1, D2 + 1)) << n;
+    }
+}
+
+TEST(HermitianEigensystem, IsAccurateAboveHermitsLimit)
+{
+    for (int n : {65, 96}) {
+        random_hermitian(n, 12, &A);
+        fill_all(&Z, 7.0);
+        hermitian_eigensystem(n, &A, &Z, D);
+        EXPECT_TRUE(outside_is(n, Z, 7.0));
+        EXPECT_TRUE(std::is_sorted(D + 1, D + n + 1));
+        EXPECT_LT(distance_from_unitary(n, Z), 1e-12);
+        EXPECT_LT(distance_from_decomposition(n, A), 1e-11);
+    }
+}
+
 // --------------------------------------------------------------------------------- spectra
 
 TEST(ZeroSpectrum, ClearsTheLinesAndNothingElse)
@@ -688,6 +714,25 @@ TEST(ClassicalNames, AnotherDimensionThanTheLastGivesZerosAndTheIdentity)
         EXPECT_EQ(d[n + 1], 7.0);
         TQL2(n, d, nullptr, &Z, nullptr);
     }
+}
+
+TEST(ClassicalNames, TheStepsOfTheSolverDoNothing)
+{
+    double x = 7.0;
+    double tau[3][MATRIXMATH_DIM] = {};
+    tau[1][1] = 7.0;
+    fill_all(&A, 7.0);
+    fill_all(&Z, 7.0);
+    pr1(1, &x, &A, &A, &x, &x, &x, &x, &x, &x, 1, 1, 1, &Z);
+    pr2(1, &x, &Z, &x);
+    pr1x(1, &x, &x, &x, &x, &x, &A);
+    pr3x(&x, &x, &x, &x, 1, 1, &A, &x, tau);
+    pr4x(&x, &x, &x, &x, &x, &x, 1, 1, &A, &x, tau);
+    pr5x(1, 1, &x, &x, &x, &A, tau, &x);
+    EXPECT_EQ(x, 7.0);
+    EXPECT_EQ(tau[1][1], 7.0);
+    EXPECT_TRUE(outside_is(0, A, 7.0));
+    EXPECT_TRUE(outside_is(0, Z, 7.0));
 }
 
 } // namespace

@@ -232,6 +232,82 @@ TEST_F(Observables, TheTraceFollowsItsHamiltonianAndKeepsTheDensityMatrix)
     EXPECT_EQ(packed(2, rt.densmat), before);
 }
 
+// ------------------------------------------------------------------ from lines and eigenbasis
+
+TEST_F(Observables, ASignalFromLinesEndsAtTheAcquisitionTime)
+{
+    static LineList csp, ssp;
+    csp[1][1] = 0.5;
+    csp[2][1] = 3.0;
+    csp[1][2] = -1.0;
+    csp[2][2] = 1.0;
+    ssp[1][1] = 2.0;
+    ssp[2][1] = 7.0;
+    double out[5];
+    build_scalar_signal_from_spectrum(5, 0.2, csp, 2, ssp, 1, out);
+    for (int k = 0; k < 5; k++) {
+        const double t = TWO_PI * k * 0.05;
+        EXPECT_NEAR(out[k], 0.5 * std::cos(3 * t) - std::cos(t) + 2 * std::sin(7 * t), 1e-14) << k;
+    }
+    build_scalar_signal_from_spectrum(1, 0.2, csp, 1, ssp, 1, out);
+    EXPECT_EQ(out[0], 0.5);
+    out[0] = 9.0;
+    build_scalar_signal_from_spectrum(0, 0.2, csp, 1, ssp, 1, out);
+    EXPECT_EQ(out[0], 9.0);
+}
+
+TEST_F(Observables, TheEigenbasisSignalRunsBackwardsToTheEnd)
+{
+    prepare({{1, 1}, {}, {25.0, -13.0}, 2, {{1, 2, 8.0}}}, 1);
+    CopyCMatrix(4, &rt.Iytot, &rt.densmat);
+    static CMatrix minus_H;
+    RMultCMat(4, -1.0, &rt.Istat, &minus_H);
+    double re[9], im[9], direct_re[9], direct_im[9];
+    const Console c = captured([&] {
+        build_complex_receiver_signal(4, 9, 0.08, &rt.densmat, &rt.Istat, &rt.Ixtot, &rt.Iytot, re,
+                                      im);
+    });
+    EXPECT_EQ(count_of(c.out, "ZAN receiver transition list (complex FID synthesis)\n"), 1);
+    EXPECT_EQ(lines_with(c.out, " 0.000000000000e+00").size() > 0, true);
+    // 8 intervals of 0.01 s, as the direct form makes them of 9 samples in 0.09 s.
+    build_direct_observable_signal(4, 9, 0.09, &rt.densmat, &minus_H, &rt.Ixtot, &rt.Iytot,
+                                   direct_re, direct_im);
+    for (int k = 0; k < 9; k++) {
+        EXPECT_NEAR(re[k], direct_re[k], 1e-12) << k;
+        EXPECT_NEAR(im[k], direct_im[k], 1e-12) << k;
+    }
+}
+
+TEST_F(Observables, OneEigenbasisSampleIsTakenAtTheStart)
+{
+    prepare({{1}, {}, {25.0}}, 1);
+    CopyCMatrix(2, &rt.Iytot, &rt.densmat);
+    double re = 9.0, im = 9.0;
+    ZAN_SetSmokeCheckMode(1);
+    const Console c = captured([&] {
+        build_complex_receiver_signal(2, 1, 123.0, &rt.densmat, &rt.Istat, &rt.Ixtot, &rt.Iytot,
+                                      &re, &im);
+    });
+    EXPECT_EQ(c.out, "");
+    EXPECT_NEAR(re, 0.0, 1e-15);
+    EXPECT_NEAR(im, 0.5, 1e-15);
+}
+
+TEST_F(Observables, ATraceIsWrittenWithoutWhatIsNoNumber)
+{
+    const double re[] = {1.0, std::nan(""), 3.0}, im[] = {-1.0, 2.0, HUGE_VAL};
+    FILE *out = std::fopen("trace", "wb");
+    EXPECT_TRUE(write_signal_trace(out, 3, re, im));
+    for (const double *missing : {re, im})
+        EXPECT_TRUE(
+            write_signal_trace(out, 3, missing == re ? nullptr : re, missing == im ? nullptr : im));
+    std::fclose(out);
+    EXPECT_TRUE(write_signal_trace(nullptr, 3, re, im));
+    const double expected[] = {1.0, -1.0, 0.0, 2.0, 3.0, 0.0};
+    EXPECT_EQ(read_text("trace"),
+              std::string(reinterpret_cast<const char *>(expected), sizeof expected));
+}
+
 // ------------------------------------------------------------------ tables
 
 TEST_F(Observables, OneTracePrintsItsTables)
@@ -270,6 +346,42 @@ TEST_F(Observables, SmokeCheckModePrintsNoTables)
         print_adc_start_transverse_expectations(rt.n, &rt.densmat, rt.ket, rt.Ilist);
     });
     EXPECT_EQ(console.out, "");
+}
+
+TEST_F(Observables, TheTransitionTableListsLinesAndGroupsThem)
+{
+    // E = 0, 10, 10.04, 30 Hz; only the elements (r, c) of the receiver with (c, r) of rho count.
+    static CMatrix rho, rec;
+    const double eigval[5] = {0.0, 0.0, TWO_PI * 10.0, TWO_PI * 10.04, TWO_PI * 30.0};
+    CMatZero(4, &rho);
+    CMatZero(4, &rec);
+    rec[2][1][COMPLEX_RE] = rec[3][1][COMPLEX_RE] = rec[1][4][COMPLEX_RE] = 1.0;
+    rec[1][1][COMPLEX_RE] = rec[4][2][COMPLEX_RE] = 1.0;
+    rho[1][2][COMPLEX_RE] = 0.5;
+    rho[1][3][COMPLEX_IM] = 0.5;
+    rho[4][1][COMPLEX_RE] = -2.0;
+    rho[1][1][COMPLEX_RE] = 0.25;
+    rho[2][4][COMPLEX_RE] = 1e-10;
+    const Console c =
+        captured([&] { print_receiver_transition_diagnostics(4, &rho, &rec, eigval); });
+    EXPECT_EQ(
+        c.out,
+        "\nZAN receiver transition list (complex FID synthesis)\n"
+        "  columns: r c  frequency_hz  amplitude_re  amplitude_im  magnitude  phase_deg\n"
+        "   1  1   0   2.500000000000e-01   0.000000000000e+00  2.500000000000e-01  0.000000\n"
+        "   1  4   30  -2.000000000000e+00   0.000000000000e+00  2.000000000000e+00  "
+        "180.000000\n"
+        "   2  1  -10   5.000000000000e-01   0.000000000000e+00  5.000000000000e-01  0.000000\n"
+        "   3  1  -10.04   0.000000000000e+00   5.000000000000e-01  5.000000000000e-01  "
+        "90.000000\n"
+        "ZAN receiver transition aggregate by frequency (tol 0.05 Hz)\n"
+        "  columns: frequency_hz  amplitude_re  amplitude_im  magnitude  phase_deg\n"
+        "  -10.04   5.000000000000e-01   5.000000000000e-01  7.071067811865e-01  45.000000\n"
+        "   0   2.500000000000e-01   0.000000000000e+00  2.500000000000e-01  0.000000\n"
+        "   30  -2.000000000000e+00   0.000000000000e+00  2.000000000000e+00  180.000000\n");
+    ZAN_SetSmokeCheckMode(1);
+    EXPECT_EQ(captured([&] { print_receiver_transition_diagnostics(4, &rho, &rec, eigval); }).out,
+              "");
 }
 
 TEST_F(Observables, LineTablesListAmplitudeThenFrequency)

@@ -3,8 +3,13 @@
 #include "run_program.h"
 
 #include <cerrno>
+#include <chrono>
 #include <csignal>
+#include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <thread>
 
 #include <sys/resource.h>
 #include <unistd.h>
@@ -203,4 +208,53 @@ TEST(PlatformConsole, ClearingWritesNothingIntoAFile)
     plat_console_clear();
     plat_console_utf8();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+// ------------------------------------------------------------------------------- background
+
+namespace
+{
+
+// What a shell script that goes on by itself writes into the file named by its first word.
+std::string written_in_background(const std::string &script, const std::string &path)
+{
+    EXPECT_TRUE(plat_start_in_background("sh", {"-c", script, "name", path}));
+    for (int tries = 0; tries < 1000 && !plat_exists(path.c_str()); tries++)
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    std::ifstream in(path);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+} // namespace
+
+TEST(PlatformBackground, AProgramHasASessionOfItsOwn)
+{
+    const std::string text = written_in_background(
+        "cut -d' ' -f1,6 /proc/$$/stat > $1.part && mv $1.part $1", in_tree("session"));
+    long pid = 0, session = -1;
+    ASSERT_EQ(std::sscanf(text.c_str(), "%ld %ld", &pid, &session), 2) << text;
+    EXPECT_EQ(pid, session);
+}
+
+TEST(PlatformBackground, AProgramHasNoneOfOurStreams)
+{
+    EXPECT_EQ(written_in_background("for fd in 0 1 2; do readlink /proc/$$/fd/$fd; done > $1.part;"
+                                    "mv $1.part $1",
+                                    in_tree("streams")),
+              "/dev/null\n" + in_tree("streams") + ".part\n/dev/null\n");
+}
+
+TEST(PlatformBackground, WordsReachAProgramAsTheyAre)
+{
+    const std::string word = "a b;$(c) `d` \"e\" 'f' %g \\h *";
+    EXPECT_TRUE(plat_start_in_background(
+        "sh", {"-c", "printf %s \"$1\" > $2.part; mv $2.part $2", "name", word, in_tree("words")}));
+    EXPECT_EQ(written_in_background("true", in_tree("words")), word);
+}
+
+TEST(PlatformBackground, AMissingProgramIsAnError)
+{
+    errno = 0;
+    EXPECT_FALSE(plat_start_in_background("zan-there-is-no-such-program", {}));
+    EXPECT_EQ(errno, ENOENT);
 }
