@@ -153,7 +153,7 @@ static void add_three_spin_cosy(std::vector<SectorWaveform> *all)
 // A rectangular pulse, where an optimization begins.
 static void add_lactate_select(std::vector<SectorWaveform> *all)
 {
-    SectorWaveform w = delay_2d("lactate-select", "excite-ch", 256, 8e-3);
+    SectorWaveform w = delay_2d("lactate-select", "flat-90x", 256, 8e-3);
     const std::vector<double> flat(256, 1.0);
     w.xb = ScaledToFlipAngle(flat, w.duration / 256.0, 0.5 * PI);
     all->push_back(w);

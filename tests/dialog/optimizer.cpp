@@ -210,7 +210,7 @@ TEST(OptimizerSession, ThePulseOfTheGuideExcitesOneProtonOfLactate)
                replaced(read_file(zanseq), "sector_timepoints: 1 256", "sector_timepoints: 1 64"));
     std::vector<double> pulse(128, 0.0);
     std::fill(pulse.begin(), pulse.begin() + 64, 0.5 * PI / 0.008);
-    write_doubles(tree_path(tree, "sequences/lactate-select/waveforms/excite-ch.bin"), pulse);
+    write_doubles(tree_path(tree, "sequences/lactate-select/waveforms/flat-90x.bin"), pulse);
     const ProgramResult run =
         run_zan(tree, {}, "3\n3\n\n2\n5\n1\n1\n8\n2\n500 90 0\n2\n1\n\n7\n6\n");
     EXPECT_EQ(run.err, "");
