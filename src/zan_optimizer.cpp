@@ -30,7 +30,7 @@ static const double WORST = 1e150;
 static struct {
     bool running;
     double xb[ZAN_MAX_RF_POINTS], yb[ZAN_MAX_RF_POINTS];
-    double first, best; // objectives
+    double best; // objective
     double best_par[ZAN_MAX_PARAMETERS];
 } search;
 
@@ -47,8 +47,6 @@ static void remember(const double *p, double objective)
 {
     if (!search.running || objective >= search.best)
         return;
-    if (search.first == WORST)
-        search.first = objective;
     search.best = objective;
     std::copy(p, p + rt.npar, search.best_par);
 }
@@ -155,15 +153,15 @@ static void start_search(void)
 {
     std::copy(rt.xb, rt.xb + rt.ap, search.xb);
     std::copy(rt.yb, rt.yb + rt.ap, search.yb);
-    search.first = search.best = WORST;
+    search.best = WORST;
     search.running = true;
     plat_catch_interrupt();
 }
 
-// Where the search was interrupted, or went astray, the best pulse that it has seen is the result.
+// Where the search was interrupted, the best pulse that it has seen is the result.
 static void end_search(double *minimum)
 {
-    if (search.best < WORST && (plat_interrupted() || !(*minimum <= search.first))) {
+    if (plat_interrupted() && search.best < WORST) {
         *minimum = search.best;
         std::copy(search.best_par, search.best_par + rt.npar, rt.par);
     }
