@@ -25,6 +25,7 @@ bool plat_is_dir(const char *path);
 bool plat_is_file(const char *path);         // regular, links followed
 bool plat_is_regular_file(const char *path); // not through a symbolic link
 bool plat_exists(const char *path);
+bool plat_same_file(const char *a, const char *b); // two names of one file that is there
 
 // Names (no path) of the entries of dir that end in suffix, ignoring ASCII case; sorted by name.
 // An unreadable directory gives none. list_files keeps regular files only.

@@ -9,4 +9,9 @@
 void ReceiverTrace(int n, int ap, double dt, const CMatrix *densmat, const CMatrix *Hmat,
                    const CMatrix *Ixtot, const CMatrix *Iytot, double *re, double *im);
 
+// The published recipe, two matrix products per sample: slow, and what the tests hold the function
+// above to. Static scratch, not reentrant.
+void ReceiverTracePlain(int n, int ap, double dt, const CMatrix *densmat, const CMatrix *Hmat,
+                        const CMatrix *Ixtot, const CMatrix *Iytot, double *re, double *im);
+
 #endif

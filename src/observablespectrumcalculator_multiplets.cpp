@@ -216,10 +216,11 @@ static void add_transition(std::complex<double> amp, double omega, const Split &
         return;
     const double h = split.points > 0 ? split.time / split.points : 0.0;
     ZANMultipletCluster &cluster = nearest_cluster(freq_hz, list);
+    double *re = cluster.sig_re.get(), *im = cluster.sig_im.get();
     for (int m = 0; m < split.points; m++) {
         const double phase = m * omega * h, c = std::cos(phase), s = std::sin(phase);
-        cluster.sig_re[m] += amp.real() * c - amp.imag() * s;
-        cluster.sig_im[m] += amp.real() * s + amp.imag() * c;
+        re[m] += amp.real() * c - amp.imag() * s;
+        im[m] += amp.real() * s + amp.imag() * c;
     }
 }
 

@@ -53,14 +53,14 @@ static void direct_transform(int m, int pp, const double *x, double *Re, double 
 }
 
 // Frequency zero in the middle. The phase-corrected columns carry the uncorrected spectrum.
-static bool write_frequency_trace(FILE *out, double f2, int pp, double df, const double *x)
+static bool write_frequency_trace(FILE *out, int trace, int pp, double df, const double *x)
 {
     for (int r = 0; r < pp; r++) {
         const int m = (int)(((int64_t)r + pp / 2) % pp);
         double re, im;
         direct_transform(m, pp, x, &re, &im);
         if (std::fprintf(out, "%.17g,%.17g,%.17g,%.17g,%.17g,%.17g,%.17g,%.17g,%.17g\n",
-                         (r - pp / 2) * df, f2, re, im, re, im, re, im,
+                         (r - pp / 2) * df, (double)trace, re, im, re, im, re, im,
                          std::sqrt(re * re + im * im)) < 0)
             return false;
     }
@@ -90,9 +90,8 @@ static bool write_trace_rows(const CsvPair &csv, const SignalInput &in, int trac
                              const double *x)
 {
     const double df = dt > 0.0 ? 1.0 / (in.samples * dt) : 0.0;
-    const double f2 = in.traces >= 2 ? trace : 0.0;
     if (write_time_trace(csv.td.file, trace, in.samples, dt, x) &&
-        write_frequency_trace(csv.fd.file, f2, in.samples, df, x))
+        write_frequency_trace(csv.fd.file, trace, in.samples, df, x))
         return true;
     std::perror("fprintf(csv)");
     return false;

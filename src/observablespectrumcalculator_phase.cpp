@@ -55,13 +55,14 @@ void fit_phase0_phase1(const double *spec, int pp, double df1_hz, double fref_hz
                        double *phi1)
 {
     *phi0 = *phi1 = 0.0;
-    const std::unique_ptr<double[]> phase = osc_zeros(pp > 0 ? (size_t)pp : 0);
+    const std::unique_ptr<double[]> zeros = osc_zeros(pp > 0 ? (size_t)pp : 0);
+    double *phase = zeros.get();
     if (!phase)
         return;
     for (int i = 0; i < pp; i++)
         phase[i] = std::atan2(spec[2 * (size_t)i + 1], spec[2 * (size_t)i]);
-    unwrap_phase(phase.get(), pp);
-    const PhaseSums s = sum_phases(spec, phase.get(), pp, df1_hz, fref_hz);
+    unwrap_phase(phase, pp);
+    const PhaseSums s = sum_phases(spec, phase, pp, df1_hz, fref_hz);
     const double D = s.w * s.xx - s.x * s.x;
     if (!(std::fabs(D) >= 1e-30))
         return;

@@ -10,6 +10,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 
 static std::atomic<bool> interrupted; // lock-free: may be set in a signal handler
 
@@ -213,6 +214,7 @@ const char plat_separator = '/';
 void plat_startup(void)
 {
     std::signal(SIGXFSZ, SIG_IGN);
+    std::setvbuf(stdout, nullptr, _IOLBF, 0); // in order with what goes to the error stream
 }
 
 bool plat_executable_path(std::string *path)
@@ -383,6 +385,12 @@ static std::vector<std::string> list_entries(const std::string &dir)
 bool plat_interrupted(void)
 {
     return interrupted;
+}
+
+bool plat_same_file(const char *a, const char *b)
+{
+    std::error_code none;
+    return std::filesystem::equivalent(a, b, none);
 }
 
 bool plat_make_dir(const char *path)

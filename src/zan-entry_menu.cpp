@@ -8,6 +8,7 @@
 #include "platformlib.h"
 #include "zan-entry_internal.h"
 #include "zan.h"
+#include "zanmodel_refcheck.h"
 
 #include <cstdio>
 #include <cstring>
@@ -125,7 +126,7 @@ void ZANExportCurrentModelInteractive(void)
 static void run_reference_checks(void)
 {
     std::puts("\n[ZAN] Running developer smoke/reference checks...");
-    std::puts("[ZAN] The reference checks are not part of this version yet.");
+    ZANModel_RunReferenceChecks();
     wait_to_return_to_menu();
 }
 

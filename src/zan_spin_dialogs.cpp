@@ -27,16 +27,14 @@ static int count_states(void)
     return (int)states;
 }
 
-// False when an answer was no number; the rest of its line is dropped.
+// False when an answer was no number.
 static bool ask_quantum_numbers(void)
 {
     for (int k = 1; k <= rt.Nspins; k++) {
         int x;
         std::printf("I quantum number of spin(%d) = x/2  with x = ", k);
-        if (!ConsoleReadInt(&x)) {
-            ConsoleDropLine();
+        if (!ConsoleReadInt(&x))
             return false;
-        }
         rt.Ilist[k] = rt.quantnum[k] = x;
     }
     return true;
@@ -47,11 +45,8 @@ static bool ask_spins(void)
 {
     clear_spins();
     std::printf("\nNumber of Spins (1..%d) = ", ZAN_MAX_SPINS);
-    if (!ConsoleReadInt(&rt.Nspins)) {
-        ConsoleDropLine();
-        return false;
-    }
-    if (rt.Nspins < 1 || rt.Nspins > ZAN_MAX_SPINS || !ask_quantum_numbers())
+    if (!ConsoleReadInt(&rt.Nspins) || rt.Nspins < 1 || rt.Nspins > ZAN_MAX_SPINS ||
+        !ask_quantum_numbers())
         return false;
     rt.n = count_states();
     if (rt.n > ZAN_MAX_STATES) {
@@ -64,7 +59,7 @@ static bool ask_spins(void)
 void Ispins(void)
 {
     while (!ask_spins())
-        continue;
+        ConsoleDropLine(); // what is left of a refused line answers nothing
     MakeKets(&rt.ket, &rt.Ilist);
     std::printf("\nNumber of states n = %d\n", rt.n);
 }

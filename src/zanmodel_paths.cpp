@@ -287,13 +287,14 @@ static std::string relative_to(const std::string &dir, const char *path)
     return zan_normalize_saved_path(path);
 }
 
-// Another file beside it has the same name but for letter case.
-static bool has_namesake(const char *path)
+// A shortened name is in lower case, and beside a directory of the same name in other letters it
+// could miss its file or find another one. A file that is not there has nothing to lose.
+static bool leads_to(const char *sequence_filename, const std::string &name, const char *file)
 {
-    const std::string dir = zan_directory_of(path), leaf = path + dir.size();
-    const std::vector<std::string> names = plat_list_entries(dir.c_str(), leaf.c_str());
-    return std::count_if(names.begin(), names.end(),
-                         [&](const std::string &name) { return name.size() == leaf.size(); }) > 1;
+    std::string found;
+    return !opens_for_reading(file) ||
+           (zan_resolve_sector_pulse_path(sequence_filename, name.c_str(), &found) &&
+            plat_same_file(found.c_str(), file));
 }
 
 int zan_make_portable_sector_pulse_path(const char *model_filename, const char *pulse_filename,
@@ -301,9 +302,13 @@ int zan_make_portable_sector_pulse_path(const char *model_filename, const char *
 {
     if (pulse_filename[0] == '\0')
         return 0;
-    if (!zan_is_absolute_path(pulse_filename) || has_namesake(pulse_filename))
-        return copy_portable(zan_normalize_saved_path(pulse_filename), out, outsz);
-    return copy_portable(relative_to(zan_directory_of(model_filename), pulse_filename), out, outsz);
+    std::string name = zan_normalize_saved_path(pulse_filename);
+    if (zan_is_absolute_path(pulse_filename)) {
+        const std::string shortened = relative_to(zan_directory_of(model_filename), pulse_filename);
+        if (leads_to(model_filename, shortened, pulse_filename))
+            name = shortened;
+    }
+    return copy_portable(name, out, outsz);
 }
 
 int zan_make_portable_result_path(const char *model_filename, const char *result_filename,

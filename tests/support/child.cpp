@@ -53,3 +53,13 @@ std::string in_child(std::string (*work)(const std::string &path), const std::st
     const bool ended = pid > 0 && waitpid(pid, &status, 0) == pid;
     return ended && status == 0 ? answer : "child failed";
 }
+
+static std::string can_enter(const std::string &path)
+{
+    return access(path.c_str(), X_OK) == 0 ? "yes" : "no";
+}
+
+bool nobody_can_enter(const std::string &path)
+{
+    return in_child(can_enter, path, RunAs::nobody) == "yes";
+}

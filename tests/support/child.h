@@ -15,4 +15,8 @@ bool become_nobody(void);
 std::string in_child(std::string (*work)(const std::string &path), const std::string &path,
                      RunAs user, unsigned long file_size_limit = 0);
 
+// Somebody without rights can enter path and all above it, which a locked-down machine may not
+// let him: tests of what he may not write make no sense then.
+bool nobody_can_enter(const std::string &path);
+
 #endif

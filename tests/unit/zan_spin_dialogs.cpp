@@ -191,6 +191,13 @@ TEST_F(SpinDialogs, TheSpinsAreAskedForUntilTheirStatesFit)
     EXPECT_EQ(rt.ket[256][2], -15);
 }
 
+TEST_F(SpinDialogs, TheRestOfARefusedLineAnswersNothing)
+{
+    typed("9 1 1 1\n3 200 1 1 2 2\n1\n2\n", Ispins);
+    EXPECT_EQ(rt.Nspins, 1);
+    EXPECT_EQ(rt.n, 3);
+}
+
 TEST_F(SpinDialogs, EightSpinsOneHalfFillTheStates)
 {
     typed("8 1 1 1 1 1 1 1 1\n", SetupSpins);

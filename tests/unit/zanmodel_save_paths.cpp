@@ -223,3 +223,18 @@ TEST(SavedPaths, AResultDeeperInTheRunResultsDirectoryIsNoBareName)
 }
 
 } // namespace
+
+TEST(SavedPulsePath, IsShortenedOnlyWhenItLeadsBackToItsFile)
+{
+    const TempDir dir;
+    const std::string lower = dir.write("sequences/foo/waveforms/p.bin", "a");
+    const std::string capital = dir.write("sequences/Foo/waveforms/p.bin", "b");
+    const std::string sequence = dir.write("sequences/other/other.zanseq", "");
+    char out[256];
+    EXPECT_EQ(zan_make_portable_sector_pulse_path(sequence.c_str(), lower.c_str(), out, sizeof out),
+              1);
+    EXPECT_STREQ(out, "../foo/waveforms/p.bin");
+    EXPECT_EQ(
+        zan_make_portable_sector_pulse_path(sequence.c_str(), capital.c_str(), out, sizeof out), 1);
+    EXPECT_EQ(out, capital);
+}
