@@ -18,6 +18,8 @@ int write_voxel_signal_file(const char *model_path, const char *density_path,
 
 // ---- main menu (zan-entry_menu.cpp) ----
 int read_menu_choice(void); // 1..6; end of input is 6
+
+// ---- import and export (zan-entry_models.cpp) ----
 void import_zan_model(void);
 void export_loaded_zan_model(void);
 void ZANExportCurrentModelInteractive(void);

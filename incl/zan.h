@@ -165,11 +165,35 @@ void Rotate3D(void);
 // Every evolution row; sector_type 2 evolves row w for (w-1)·dt per sample. dt in s, offset rad/s.
 void Rotate2D_internal(int sector_type, double dt, double offset);
 
-// ------------------------------------------------------- sequence drivers (zan_sequences.cpp)
+// ---------------------------------------------------------------- remarks (zan_remarks.cpp)
+
+// A band-selective hyperbolic-secant pulse announced in a sector's remark.
+struct ZANSlowBandSplitConfig {
+    int enabled;                   // 1 when a configuration was found
+    double pulse_center_offset_hz; // Hz
+    double mu, beta;
+    double pulse_duration_s;   // s
+    double pulse_amplitude_hz; // Hz
+    int pulse_samples;
+    double pulse_phase_rad;      // rad
+    double b0_tesla;             // T
+    double receiver_carrier_ppm; // ppm
+};
 
 bool zan_remark_is_acquisition(const char *remark); // "adc" or "acquisition", any letter case
-void SimulateLoadedPulseSequence(void);             // spatial family, all sectors
-void SimulateLoaded2DPulseSequence(void);           // 1D/2D family and its receiver signal
+// The first occurrence of key, any letter case; then blanks, tabs, '='; then a number.
+int zan_parse_double_after_key(const char *text, const char *key, double *out);
+int zan_parse_int_after_key(const char *text, const char *key, int *out);
+const char *zan_strcasestr_local(const char *text, const char *pattern); // ASCII folding
+int zan_text_contains_ci(const char *text, const char *pattern);
+int zan_is_power_of_two_int(int v);
+int zan_try_slow_band_split_config(ZANSlowBandSplitConfig *out); // 1 when found
+int zan_current_sequence_is_pulse_acquire_fid(void);
+
+// ------------------------------------------------------- sequence drivers (zan_sequences.cpp)
+
+void SimulateLoadedPulseSequence(void);   // spatial family, all sectors
+void SimulateLoaded2DPulseSequence(void); // 1D/2D family and its receiver signal
 
 // ------------------------------------------------ operator expressions (zan_operators.cpp)
 
@@ -198,8 +222,8 @@ double sign_double(double a, double b);
 void mnbrak(double *ax, double *bx, double *cx, double *fa, double *fb, double *fc);
 double brent(double ax, double bx, double cx, double tol, double *xmin); // the minimum of func
 void linmin(double *p, double *xi, int n, double *fret); // p the minimum, xi the step to it
-// Conjugate gradients from p; p and *fret the minimum. p stays without memory. All of them end
-// early, with what they have, after an interrupt (platformlib).
+// Conjugate gradients from p, which becomes the minimum, *fret its value; nothing happens when
+// memory runs out. All of them end early, with what they have, after an interrupt (platformlib).
 void frprmn(double *p, int n, double ftol, int *iter, double *fret);
 
 int zan_parameters_of_groups(int groups); // four each, held at the range of int
@@ -254,28 +278,6 @@ int ZANWriteVoxelSignal(const char *density_path, int point_index, const char *o
 void RunCurrentPreparedModel(void);
 void ZAN_RunCurrentPreparedModel(void);
 void ZANRunCurrentPreparedModel(void);
-
-// A band-selective hyperbolic-secant pulse announced in a sector's remark.
-struct ZANSlowBandSplitConfig {
-    int enabled;                   // 1 when a configuration was found
-    double pulse_center_offset_hz; // Hz
-    double mu, beta;
-    double pulse_duration_s;   // s
-    double pulse_amplitude_hz; // Hz
-    int pulse_samples;
-    double pulse_phase_rad;      // rad
-    double b0_tesla;             // T
-    double receiver_carrier_ppm; // ppm
-};
-
-// Remarks: the first occurrence of key, any letter case; then blanks, tabs, '='; then a number.
-int zan_parse_double_after_key(const char *text, const char *key, double *out);
-int zan_parse_int_after_key(const char *text, const char *key, int *out);
-const char *zan_strcasestr_local(const char *text, const char *pattern); // ASCII folding
-int zan_text_contains_ci(const char *text, const char *pattern);
-int zan_is_power_of_two_int(int v);
-int zan_try_slow_band_split_config(ZANSlowBandSplitConfig *out); // 1 when found
-int zan_current_sequence_is_pulse_acquire_fid(void);
 
 // ---------------------------------------------------------------- status (zan_status.cpp)
 

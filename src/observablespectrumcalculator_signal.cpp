@@ -116,16 +116,6 @@ struct Receiver {
     std::unique_ptr<double[]> re, im;
 };
 
-bool write_signal_trace(FILE *out, int signal_points, const double *sig_re, const double *sig_im)
-{
-    for (int k = 0; out && sig_re && sig_im && k < signal_points; k++) {
-        const double sample[2] = {finite_or_zero(sig_re[k]), finite_or_zero(sig_im[k])};
-        if (std::fwrite(sample, sizeof(double), 2, out) != 2)
-            return false;
-    }
-    return true;
-}
-
 static bool write_one_trace(FILE *out, int traces, const Receiver &r, const CMatrix *densmat)
 {
     const bool single = traces < 2;

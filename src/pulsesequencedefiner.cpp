@@ -14,14 +14,6 @@ const char *sequence_family_label(int type)
     return type == 1 ? "spatially resolved" : type == 2 ? "1D or 2D NMR" : "unknown";
 }
 
-void ps_print_heading(const char *text)
-{
-    std::printf("%s\n", text);
-    for (size_t i = std::strlen(text); i > 0; i--)
-        std::putchar('-');
-    std::putchar('\n');
-}
-
 // ------------------------------------------------------------------ families
 
 void Initialize(void)
@@ -180,29 +172,4 @@ void ComposePulseSequence(void)
         if (family == 3 || compose_family(family))
             return;
     }
-}
-
-// ------------------------------------------------------------------ both editors
-
-void ps_edit_one_sector(int family)
-{
-    ask_int("Sector number to define / edit = ", &rt.sector);
-    const int s = rt.sector;
-    if (s < 1 || s > ZAN_MAX_SECTORS) {
-        std::printf("Invalid sector number. Allowed range is 1..%d.\n", ZAN_MAX_SECTORS);
-        return;
-    }
-    if (family == 1)
-        DefineSeqSector(s);
-    else
-        Define2DSeqSector(s);
-    rt.sectorset = 1;
-    if (s > rt.nos)
-        rt.nos = s;
-}
-
-void ps_ask_result_file(void)
-{
-    std::printf("File name to store results in : ");
-    read_filename_stdin(rt.resultflnm, sizeof rt.resultflnm);
 }

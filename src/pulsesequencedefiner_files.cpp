@@ -188,3 +188,11 @@ int ps_write_2d_sector_waveform_file(int sector, int ap)
     const char *path = rt.fnames[sector];
     return report_written(path, write_2d(path, ap, rt.xb, rt.yb));
 }
+
+// ------------------------------------------------------------------ the result file
+
+void ps_ask_result_file(void)
+{
+    std::printf("File name to store results in : ");
+    read_filename_stdin(rt.resultflnm, sizeof rt.resultflnm);
+}

@@ -1,4 +1,4 @@
-// pulsesequencedefiner_input.cpp - answers of the composer, one line each.
+// pulsesequencedefiner_input.cpp - headings and answers of the composer, one line each.
 //
 // Unlike the numbers of the pulse dialogs (consoleutil), which may stand together on one line, a
 // line here is one answer and is refused as a whole. At end of input the questions go on asking;
@@ -14,6 +14,14 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+
+void ps_print_heading(const char *text)
+{
+    std::printf("%s\n", text);
+    for (size_t i = std::strlen(text); i > 0; i--)
+        std::putchar('-');
+    std::putchar('\n');
+}
 
 // ------------------------------------------------------------------ numbers in a line
 

@@ -25,12 +25,11 @@ void read_legacy_line(char *buf, size_t size); // cut to size - 1; "" at end of 
 // A line in which every character but letters, digits, '.', '_' and '-' has become '_'.
 void read_filename_stdin(char *buf, size_t size);
 
-// ---- what both editors do (pulsesequencedefiner.cpp) ----
-void ps_print_heading(const char *text); // underlined over its whole length
-void ps_edit_one_sector(int family);     // asks for its number; a refused sector counts as well
-void ps_ask_result_file(void);
-
-void ps_redefine_spin_system(void); // all of the entry and the operators (_spins)
-void ps_ask_spatial_grid(void);     // (_grid)
+// ---- what both editors do ----
+void ps_print_heading(const char *text); // underlined over its whole length (_input)
+void ps_edit_one_sector(int family);     // asks its number; a refused one counts too (_sector)
+void ps_ask_result_file(void);           // (_files)
+void ps_redefine_spin_system(void);      // all of the entry and the operators (_spins)
+void ps_ask_spatial_grid(void);          // (_grid)
 
 #endif

@@ -214,3 +214,22 @@ void Define2DSeqSector(int s)
     ask_static_offset(s);
     ask_note(s);
 }
+
+// ------------------------------------------------------------------ a sector by its number
+
+void ps_edit_one_sector(int family)
+{
+    ask_int("Sector number to define / edit = ", &rt.sector);
+    const int s = rt.sector;
+    if (s < 1 || s > ZAN_MAX_SECTORS) {
+        std::printf("Invalid sector number. Allowed range is 1..%d.\n", ZAN_MAX_SECTORS);
+        return;
+    }
+    if (family == 1)
+        DefineSeqSector(s);
+    else
+        Define2DSeqSector(s);
+    rt.sectorset = 1;
+    if (s > rt.nos)
+        rt.nos = s;
+}

@@ -12,7 +12,7 @@ struct ShellModel {
     char error[512];
 };
 
-// ---- zan-entry_modes.cpp ----
+// ---- zan-entry_models.cpp ----
 ZANModelStatus load_shell_model(const char *path, ShellModel *model);
 ZANModelStatus activate_shell_model(ShellModel *model);
 

@@ -1,7 +1,6 @@
 // zan-entry_modes.cpp - the three command-line modes: load a model, run or evaluate it, end.
 //
-// What went wrong is told on the error stream. The menu (zan-entry_menu.cpp) loads its models
-// with the same two functions.
+// What went wrong is told on the error stream; models are opened by zan-entry_models.cpp.
 #include "zan-entry.h"
 
 #include "zan-entry_internal.h"
@@ -25,22 +24,6 @@ static const ModeTexts profile_texts = {"expectation-profile", "Expectation prof
                                         "Expectation profile model activation", false};
 static const ModeTexts voxel_texts = {"voxel-signal", "Voxel signal model load",
                                       "Voxel signal model activation", false};
-
-ZANModelStatus load_shell_model(const char *path, ShellModel *model)
-{
-    ZANSpinSystemDef_Init(&model->spin);
-    ZANPulseSequenceDef_Init(&model->seq);
-    ZANRunConfig_Init(&model->cfg);
-    model->error[0] = '\0';
-    return ZANModel_LoadText(path, &model->spin, &model->seq, &model->cfg, model->error,
-                             sizeof model->error);
-}
-
-ZANModelStatus activate_shell_model(ShellModel *model)
-{
-    return ZANModel_ActivateInLegacyRuntime(&model->spin, &model->seq, &model->cfg, model->error,
-                                            sizeof model->error);
-}
 
 // The model of a mode, active in the engine; nothing when that failed, which has been told.
 static std::unique_ptr<ShellModel> open_model(const char *path, const ModeTexts &texts)

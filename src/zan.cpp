@@ -1,9 +1,9 @@
 // zan.cpp - the runtime state and its start-up: the front door of the engine.
 //
 // The other rooms: zan_hamiltonians (operators of the spin system), zan_waveforms (sector
-// files), zan_propagation (density matrices through one sector), zan_sequences (all sectors),
-// zan_operators (expressions), zan_profiles (tables from result files), zan_runs (which driver
-// runs, what the remarks say).
+// files), zan_propagation (density matrices through one sector), zan_remarks (what sectors
+// announce), zan_sequences (all sectors), zan_operators (expressions), zan_profiles (tables from
+// result files), zan_runs (which driver runs), and the dialogs and menus.
 
 #include "zan.h"
 

@@ -13,13 +13,6 @@ static bool reporting(void)
     return !ZAN_GetSmokeCheckMode();
 }
 
-bool zan_remark_is_acquisition(const char *remark)
-{
-    return zan_text_contains_ci(remark, "adc") ||
-           zan_text_contains_ci(remark, "acquisition_frequency") ||
-           zan_text_contains_ci(remark, "acquisition");
-}
-
 static void start_run(void)
 {
     rt.calc = 0;
