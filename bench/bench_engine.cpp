@@ -1,4 +1,5 @@
-// bench_engine.cpp - what a simulation spends its time on, for 2, 4, 6 and 8 spins 1/2.
+// bench_engine.cpp - what a simulation or an optimization spends its time on, for 2, 4, 6 and 8
+// spins 1/2.
 //
 // All benchmarks work on one spin system, a chain with full coupling, set up in the runtime state
 // as a model would do it; the argument is the number of states n.
@@ -6,6 +7,7 @@
 #include "propagatorlib.h"
 #include "receiverlib.h"
 #include "zan.h"
+#include "zanoptseq.h"
 
 #include <benchmark/benchmark.h>
 #include <cmath>
@@ -195,6 +197,29 @@ static void SpatialRun(benchmark::State &state)
     std::filesystem::remove_all(folder, failure);
 }
 
+// One evaluation of the optimizer, console lines aside: a sector of 256 samples, 32 parameters.
+static void OptimizerObjective(benchmark::State &state)
+{
+    constexpr int samples = 256;
+    set_up_chain(static_cast<int>(state.range(0)));
+    for (int k = 0; k < samples; k++) {
+        rt.xb[k] = 2.0 * pi * 100.0 * std::sin(pi * (k + 0.5) / samples);
+        rt.yb[k] = 0.3 * rt.xb[k];
+    }
+    rt.ap = samples;
+    rt.npar = 32;
+    CopyCMatrix(rt.n, &rt.Iytot, &rt.Istat);
+    ZANOptimizationTakeStartPulse();
+    ZANOptimizationResetContext();
+    ZANOptimizationUseCurrentRuntimeDefaults();
+    for (auto _ : state) {
+        double re, im;
+        benchmark::DoNotOptimize(ZANOptEvaluatePulseObjective(
+            &g_zan_opt_ctx, rt.n, rt.ap, rt.npar, 8e-3 / samples, 0.0, 0.0, rt.par, &re, &im));
+    }
+    count_items(state, 1, "evaluations");
+}
+
 // Wall time, as the engine may use several threads. The largest size is timed in one go.
 #define FOR_ALL_SIZES(name)                                                                        \
     BENCHMARK(name)->Unit(benchmark::kMillisecond)->UseRealTime()->Arg(4)->Arg(16)->Arg(64);       \
@@ -204,5 +229,6 @@ FOR_ALL_SIZES(DenseExponential);
 FOR_ALL_SIZES(SectorPropagator);
 FOR_ALL_SIZES(ReceiverSignal);
 FOR_ALL_SIZES(SpatialRun);
+FOR_ALL_SIZES(OptimizerObjective);
 
 BENCHMARK_MAIN();

@@ -44,6 +44,12 @@ bool plat_remove_file(const char *path);
 // interpreter, so words with quotes, percent signs or line ends are refused.
 bool plat_start_in_background(const char *program, const std::vector<std::string> &words);
 
+// Between the two calls Ctrl-C does not end the process but makes plat_interrupted true; then it
+// is again what it was before.
+void plat_catch_interrupt(void);
+void plat_release_interrupt(void);
+bool plat_interrupted(void);
+
 bool plat_console_is_input(void); // standard input is a terminal
 void plat_console_clear(void);    // nothing when output is not a console
 void plat_console_utf8(void);

@@ -88,8 +88,14 @@ struct ZanRuntime {
     double gx[ZAN_MAX_RF_POINTS], gy[ZAN_MAX_RF_POINTS], gz[ZAN_MAX_RF_POINTS]; // rad/s per cm
     int spatial_progress_sector, spatial_progress_sector_count; // for the progress lines
 
-    // ---- optimizer ----
-    int npar; // parameters of the pulse, a multiple of 4; 0 before an optimization
+    // ---- optimizer: zan_optimizer, zan_minimiser, zanoptseq ----
+    int npar;                         // parameters in use, 0..160; made a multiple of 4
+    double par[ZAN_MAX_PARAMETERS];   // Fourier coefficients of the pulse, from 0
+    int zan_ncom;                     // length of the two vectors below
+    double pcom[ZAN_MAX_PARAMETERS];  // where the current line begins ...
+    double xicom[ZAN_MAX_PARAMETERS]; // ... and where it leads
+    double xt[ZAN_MAX_PARAMETERS];    // trial parameters of the gradient
+    int optsector;                    // sector of g_zan_opt_ctx, 0: densmat and Istat are meant
 
     // ---- receiver settings of the model ----
     double zan_gui_b0_tesla;             // T
@@ -204,6 +210,35 @@ void create_norm_operator_spinhalf(int n, int N, const SpinIList &Ilist, const S
 // A sum of products such as "IxSz + Iz", scaled to unit norm: 1, or 0 (spins 1/2 only).
 int create_operator_expression_spinhalf(int n, int N, const SpinIList &Ilist, const SpinKet &ket,
                                         const char *expression, CMatrix *out);
+
+// ------------------------------------------ pulse optimizer (zan_optimizer.cpp, zan_minimiser.cpp)
+
+// The objective: -Re<O> after the pulse that p makes of rt.xb, rt.yb, or the one of the prepared
+// sector. Prints <O>. A value that is no number becomes worse than any other.
+double fnc(const double *p);
+// grad[i] = (fnc(p with one more step in p[i]) - f0) / step, f0 = fnc(p).
+void dfnc(double f0, const double *p, int count, double *grad);
+double func(double x); // fnc at pcom + x·xicom
+double sign_double(double a, double b);
+void mnbrak(double *ax, double *bx, double *cx, double *fa, double *fb, double *fc);
+double brent(double ax, double bx, double cx, double tol, double *xmin); // the minimum of func
+void linmin(double *p, double *xi, int n, double *fret); // p the minimum, xi the step to it
+// Conjugate gradients from p, which becomes the minimum, *fret its value; nothing happens when
+// memory runs out. All of them end early, with what they have, after an interrupt (platformlib).
+void frprmn(double *p, int n, double ftol, int *iter, double *fret);
+
+int zan_parameters_of_groups(int groups); // four each, held at the range of int
+// par from xb, yb. Coefficients below 1e-12 of the largest are rounding and become 0.
+void ZANOptimizationTakeStartPulse(void);
+void StartOptimization(void); // of par, npar: report, optimum in xb, yb, question for a CSV file
+void Optimize(void);          // asks for spins, operator, start pulse
+// On g_zan_opt_ctx (zanoptseq).
+void ZANOptimizationResetContext(void);
+void ZANOptimizationUseCurrentRuntimeDefaults(void);
+void ZANOptimizationSetObjectiveMode(int mode);
+void ZANOptimizationSetPrefixState(const CMatrix *rho);
+void ZANOptimizationSetSuffixObservable(const CMatrix *obs);
+void ZANOptimizationSetStaticSectorOffsetRad(double rad_per_s);
 
 // --------------------------------------- operator dialogs (zan_operator_dialogs.cpp)
 

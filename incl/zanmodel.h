@@ -120,4 +120,20 @@ ZANModelStatus ZANModel_LoadCurrentLegacyStateFromText(const char *path, char *e
 int zan_runtime_matches_model_def(const ZANSpinSystemDef *spin, const ZANPulseSequenceDef *seq,
                                   const ZANRunConfig *cfg, char *errbuf, size_t errbufsz);
 
+// ---- optimizing one sector at the console (zanmodel_optimize.cpp): 1, or 0 after a message ----
+int ZANModel_OptimizePreparedSequenceSectorInteractive(void);
+int zanmodel_print_sequence_sector_optimization_summary(void);
+int zanmodel_prompt_int_local(const char *prompt, int *value);
+int zanmodel_prompt_menu_choice_12(const char *prompt, int *value); // 1 or 2
+int zanmodel_prepare_sequence_sector_parameterization(void);        // npar
+int zanmodel_prepare_sequence_sector_start_pulse(int sector_index); // xb, yb, par
+int zanmodel_offer_writeback_of_optimized_sector(int sector_index); // 1 when written
+// The operator that the sector's remark asks for, into Istat. The remark may hold
+// "optimizeRf[key=value, ...]" with the keys targetMode, productOperator and manualRecipe.
+int zanmodel_try_define_optimizer_operator_from_sector_remark(int sector_index);
+// The value of key in the block "block_name[...]" of text; 0 when it is not there or does not fit.
+int zanmodel_metadata_value(const char *text, const char *block_name, const char *key, char *out,
+                            size_t outsz);
+int zanmodel_operator_is_defined(const char *text);
+
 #endif

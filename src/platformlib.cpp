@@ -5,11 +5,14 @@
 #include "platformlib.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+
+static std::atomic<bool> interrupted; // lock-free: may be set in a signal handler
 
 #ifdef _WIN32
 
@@ -136,6 +139,27 @@ bool plat_start_in_background(const char *program, const std::vector<std::string
     }
     std::fflush(nullptr);
     return std::system(command.c_str()) != -1;
+}
+
+// Called in a thread of its own.
+static BOOL WINAPI note_interrupt(DWORD event)
+{
+    if (event != CTRL_C_EVENT)
+        return FALSE;
+    interrupted = true;
+    return TRUE;
+}
+
+void plat_catch_interrupt(void)
+{
+    interrupted = false;
+    SetConsoleCtrlHandler(note_interrupt, TRUE);
+}
+
+void plat_release_interrupt(void)
+{
+    SetConsoleCtrlHandler(note_interrupt, FALSE);
+    interrupted = false;
 }
 
 bool plat_console_is_input(void)
@@ -308,6 +332,28 @@ bool plat_start_in_background(const char *program, const std::vector<std::string
     return errno == 0;
 }
 
+static struct sigaction before_catching;
+
+static void note_interrupt(int)
+{
+    interrupted = true;
+}
+
+void plat_catch_interrupt(void)
+{
+    struct sigaction catching = {};
+    catching.sa_handler = note_interrupt;
+    catching.sa_flags = SA_RESTART;
+    interrupted = false;
+    sigaction(SIGINT, &catching, &before_catching);
+}
+
+void plat_release_interrupt(void)
+{
+    sigaction(SIGINT, &before_catching, nullptr);
+    interrupted = false;
+}
+
 bool plat_console_is_input(void)
 {
     return isatty(STDIN_FILENO) != 0;
@@ -338,6 +384,11 @@ static std::vector<std::string> list_entries(const std::string &dir)
 #endif
 
 // ---------------------------------------------------------------------------- both systems
+
+bool plat_interrupted(void)
+{
+    return interrupted;
+}
 
 bool plat_same_file(const char *a, const char *b)
 {

@@ -5,11 +5,7 @@
 #include "consoleutil.h"
 #include "pulsesequencedefiner.h"
 #include "zan-entry.h"
-
-static void not_yet(const char *what)
-{
-    std::printf("[ZAN] %s is not part of this version yet.\n", what);
-}
+#include "zanmodel.h"
 
 // A menu's number with the rest of its line; false (the menu ends) when it is no number.
 static bool read_choice(int *choice)
@@ -128,7 +124,7 @@ static void run_action(int choice)
         ZANCalculateSpectraInteractive();
         break;
     case 5:
-        not_yet("The sector optimization");
+        ZANModel_OptimizePreparedSequenceSectorInteractive();
         break;
     case 6:
         ZANExportCurrentModelInteractive();
@@ -199,7 +195,7 @@ static void step_action(int choice)
         OutputPulse();
         break;
     case 8:
-        not_yet("The pulse optimization");
+        Optimize();
         break;
     default:
         std::printf("Unknown choice.\n");

@@ -150,6 +150,15 @@ static void add_three_spin_cosy(std::vector<SectorWaveform> *all)
     all->push_back(delay_2d("three-spin-cosy", "adc", 256, 0.2048));
 }
 
+// A rectangular pulse, where an optimization begins.
+static void add_lactate_select(std::vector<SectorWaveform> *all)
+{
+    SectorWaveform w = delay_2d("lactate-select", "flat-90x", 256, 8e-3);
+    const std::vector<double> flat(256, 1.0);
+    w.xb = ScaledToFlipAngle(flat, w.duration / 256.0, 0.5 * PI);
+    all->push_back(w);
+}
+
 std::vector<SectorWaveform> ExampleWaveforms(void)
 {
     std::vector<SectorWaveform> all;
@@ -157,5 +166,6 @@ std::vector<SectorWaveform> ExampleWaveforms(void)
     add_lactate_press(&all);
     add_gaba_fid(&all);
     add_three_spin_cosy(&all);
+    add_lactate_select(&all);
     return all;
 }

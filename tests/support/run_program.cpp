@@ -116,20 +116,38 @@ static void start_program(const Tree &tree, const std::vector<std::string> &args
         execv(program.c_str(), argv.data());
 }
 
-static int wait_for_exit(pid_t pid)
+// When to press Ctrl-C, and where to look for it.
+struct Interrupt {
+    std::string sign;
+    int times; // 0: never
+};
+
+static int count_in(const std::string &text, const std::string &part)
+{
+    int count = 0;
+    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        count++;
+    return count;
+}
+
+static int wait_for_exit(pid_t pid, const std::string &output, Interrupt interrupt)
 {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(120);
     int status = 0;
     while (waitpid(pid, &status, WNOHANG) == 0) {
         if (std::chrono::steady_clock::now() > deadline)
             kill(pid, SIGKILL);
+        if (interrupt.times > 0 && count_in(read_file(output), interrupt.sign) >= interrupt.times) {
+            kill(pid, SIGINT);
+            interrupt.times = 0;
+        }
         std::this_thread::sleep_for(std::chrono::milliseconds(2));
     }
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-ProgramResult run_zan(const Tree &tree, const std::vector<std::string> &args,
-                      const std::string &stdin_text, RunAs user)
+static ProgramResult run_copy(const Tree &tree, const std::vector<std::string> &args,
+                              const std::string &stdin_text, RunAs user, const Interrupt &interrupt)
 {
     const std::string io_dir = tree.base + "/io";
     write_file(io_dir + "/stdin", stdin_text);
@@ -144,12 +162,24 @@ ProgramResult run_zan(const Tree &tree, const std::vector<std::string> &args,
     }
     ProgramResult result;
     result.pid = pid;
-    result.exit_code = pid < 0 ? 127 : wait_for_exit(pid);
+    result.exit_code = pid < 0 ? 127 : wait_for_exit(pid, io_dir + "/stdout", interrupt);
     result.out = read_file(io_dir + "/stdout");
     result.err = read_file(io_dir + "/stderr");
     if (user == RunAs::nobody)
         chmod(tree_path(tree, "build").c_str(), 0755);
     return result;
+}
+
+ProgramResult run_zan(const Tree &tree, const std::vector<std::string> &args,
+                      const std::string &stdin_text, RunAs user)
+{
+    return run_copy(tree, args, stdin_text, user, {"", 0});
+}
+
+ProgramResult run_zan_interrupted(const Tree &tree, const std::string &stdin_text,
+                                  const std::string &sign, int times)
+{
+    return run_copy(tree, {}, stdin_text, RunAs::this_user, {sign, times});
 }
 
 // ------------------------------------------------------------------------------ transcripts

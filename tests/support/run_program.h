@@ -42,6 +42,10 @@ struct ProgramResult {
 ProgramResult run_zan(const Tree &tree, const std::vector<std::string> &args,
                       const std::string &stdin_text = "", RunAs user = RunAs::this_user);
 
+// As run_zan without arguments, but presses Ctrl-C once when its output holds sign so many times.
+ProgramResult run_zan_interrupted(const Tree &tree, const std::string &stdin_text,
+                                  const std::string &sign, int times);
+
 std::string replaced(std::string text, const std::string &from, const std::string &to);
 // text with the tree's root as <TREE> and _<PID> where a name ends in the process id.
 std::string normalized(const Tree &tree, const ProgramResult &result, const std::string &text);

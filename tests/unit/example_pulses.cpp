@@ -161,7 +161,7 @@ TEST(ExampleWaveforms, ExciteBy90AndRefocusBy180Degrees)
         EXPECT_NEAR(area(w.yb, dt), is_180 ? PI : 0.0, 1e-12) << w.sequence << " " << w.name;
         pulses += is_90 || is_180 ? 1 : 0;
     }
-    EXPECT_EQ(pulses, 6);
+    EXPECT_EQ(pulses, 7);
 }
 
 TEST(ExampleWaveforms, AreWhatTheCommittedFilesHold)
