@@ -253,7 +253,8 @@ static bool read_complex_file(const std::string &path, bool matrices, int32_t he
     if (bytes.size() != 12 + count * sizeof(Complex))
         return false;
     values->resize(count);
-    std::memcpy((void *)values->data(), bytes.data() + 12, count * sizeof(Complex));
+    if (count > 0)
+        std::memcpy((void *)values->data(), bytes.data() + 12, count * sizeof(Complex));
     return true;
 }
 
