@@ -22,24 +22,29 @@ struct Block {
     const double *samples;
 };
 
-// Without a buffer between, a block that the disk refuses shows at that block.
+// Without a buffer between, a block that the disk refuses shows at that block. An old waveform
+// stays unless the new one is complete.
 static bool write_blocks(const char *path, int ap, std::initializer_list<Block> blocks)
 {
-    FilePtr out{std::fopen(path, "wb")};
-    if (!out) {
+    OutputFile out;
+    if (!open_output(&out, path, "wb")) {
         std::perror(path);
         return false;
     }
-    std::setvbuf(out.get(), nullptr, _IONBF, 0);
+    std::setvbuf(out.file, nullptr, _IONBF, 0);
     const size_t count = ap > 0 ? static_cast<size_t>(ap) : 0;
     bool complete = true;
     for (const Block &block : blocks)
-        if (std::fwrite(block.samples, sizeof(double), count, out.get()) != count) {
+        if (std::fwrite(block.samples, sizeof(double), count, out.file) != count) {
             std::printf(" >>> WRITE TO BINARY FILE ERROR (%s) <<< \n", block.name);
             complete = false;
         }
-    if (std::fclose(out.release()) == 0)
-        return complete;
+    if (!complete) {
+        discard_output(&out);
+        return false;
+    }
+    if (commit_output(&out))
+        return true;
     std::perror(path);
     return false;
 }

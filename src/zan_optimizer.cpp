@@ -263,7 +263,9 @@ void Optimize(void)
     ExpectationOperator(rt.n, rt.Nspins, rt.Ilist, rt.ket, &rt.Istat);
     if (!ask_parameter_count())
         return;
-    if (!GenerateOptimizationStartPulse(&rt.ap, &rt.h, rt.xb, rt.yb, rt.npar)) {
+    const int generated = GenerateOptimizationStartPulse(&rt.ap, &rt.h, rt.xb, rt.yb, rt.npar);
+    ConsoleDropLine();
+    if (!generated) {
         std::fprintf(stderr, "Optimize: RF optimization start pulse not generated\n");
         return;
     }

@@ -198,7 +198,10 @@ static bool make_start_pulse(int choice, int sector)
         std::fprintf(stderr, "Unknown start-pulse choice\n");
         return false;
     }
-    if (GenerateOptimizationStartPulseFixedGridInteractive(rt.ap, rt.h, rt.xb, rt.yb, rt.npar))
+    const int generated =
+        GenerateOptimizationStartPulseFixedGridInteractive(rt.ap, rt.h, rt.xb, rt.yb, rt.npar);
+    ConsoleDropLine(); // what is left of its line answers none of the later questions
+    if (generated)
         return true;
     std::fprintf(stderr, "Could not generate fixed-grid optimization start pulse\n");
     return false;

@@ -3,6 +3,7 @@
 #include "zan.h"
 #include "zanpaths.h"
 
+#include "child.h"
 #include "console.h"
 #include "tempdir.h"
 
@@ -96,6 +97,23 @@ TEST(BinArrayOut, EveryBlockThatTheDiskRefusesIsTold)
     EXPECT_EQ(testing::internal::GetCapturedStdout(),
               " >>> WRITE TO BINARY FILE ERROR (xb) <<< \n"
               " >>> WRITE TO BINARY FILE ERROR (yb) <<< \n");
+}
+
+static std::string rewrite_waveform(const std::string &path)
+{
+    testing::internal::CaptureStdout();
+    BinArrayOut2D(8192, rt.xb, rt.yb, path.c_str());
+    return testing::internal::GetCapturedStdout();
+}
+
+TEST(WaveformFiles, AWaveformThatDoesNotFitKeepsTheOldOne)
+{
+    const TempDir dir;
+    const std::string path = dir.write("p.bin", "old");
+    EXPECT_EQ(in_child(rewrite_waveform, path, RunAs::this_user, 1000),
+              " >>> WRITE TO BINARY FILE ERROR (xb) <<< \n"
+              " >>> WRITE TO BINARY FILE ERROR (yb) <<< \n");
+    EXPECT_EQ(dir.read("p.bin"), "old");
 }
 
 TEST(WaveformFiles, ASpatialFileHasTheRfBlocksOfA2DFileButNotTheReverse)
