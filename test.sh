@@ -15,6 +15,8 @@ case ${1-} in
 esac
 
 summary=()
+passed=0
+failed=0
 status=0
 
 report() # RESULT WHAT
@@ -36,15 +38,28 @@ build() # PRESET
     fi
 }
 
+# Adds the counts of ctest's last line, "..., F tests failed out of N".
+count_tests() # PRESET
+{
+    local counts
+    counts=$(sed -n 's/.* \([0-9]*\) tests failed out of \([0-9]*\)$/\1 \2/p' "$LOGS/$1-tests.log")
+    read -r bad all <<<"${counts:-0 0}"
+    failed=$((failed + bad))
+    passed=$((passed + all - bad))
+}
+
 run_tests() # PRESET FOLDER
 {
+    local bad all
     echo "Testing $1 ..."
     if quietly "$1-tests" ctest --test-dir "$2" --output-on-failure --no-tests=error \
         -j "$(nproc)"
     then
-        report "ok    " "$1 tests: $(grep -o '[0-9]* tests failed out of [0-9]*' "$LOGS/$1-tests.log")"
+        count_tests "$1"
+        report "ok    " "$1 tests: $all, none failed"
     else
-        report "FAILED" "$1 tests"
+        count_tests "$1"
+        report "FAILED" "$1 tests: $bad of $all failed"
     fi
 }
 
@@ -59,4 +74,5 @@ echo
 echo "Summary"
 printf '    %s\n' "${summary[@]}"
 if [[ $status -eq 0 ]]; then echo "All passed."; else echo "Not all passed; logs are in $LOGS."; fi
+echo "$passed passed, $failed failed"
 exit $status
