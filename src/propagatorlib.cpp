@@ -243,7 +243,7 @@ static double offset_sum(const SectorField &f, const Position &at, int first, in
 
 static size_t values_of(const SectorPlan &plan, const PlannedStep &p)
 {
-    return p.free ? 2 * LANES * plan.system.level_m.size() : (size_t)LANES;
+    return p.free ? (size_t)(2 * LANES) * plan.system.level_m.size() : (size_t)LANES;
 }
 
 static void fill_lane(const SectorPlan &plan, const PlannedStep &p, const Position &at, int lane,
@@ -258,7 +258,7 @@ static void fill_lane(const SectorPlan &plan, const PlannedStep &p, const Positi
     for (double m : plan.system.level_m) {
         values[lane] = std::cos(angle * m);
         values[LANES + lane] = -std::sin(angle * m);
-        values += 2 * LANES;
+        values += (size_t)(2 * LANES);
     }
 }
 
@@ -424,7 +424,7 @@ bool propagate_fast(LaneKernel kernel, const SectorField &asked, const Position 
     plan_steps(&plan);
     const int n = field.n, bundles_of_rows = (n + LANES - 1) / LANES;
     const AlignedDoubles work = aligned_doubles(lane_work_size(n, plan.system.row.size()));
-    const AlignedDoubles out = aligned_doubles(2 * LANES * (size_t)n);
+    const AlignedDoubles out = aligned_doubles((size_t)(2 * LANES) * (size_t)n);
     if (!work || !out)
         return false;
     LaneJob job = make_job(plan, work.get(), out.get());
