@@ -46,7 +46,8 @@ fieldgrad_status gradproc1_compute(size_t ap, double, double *gs, double g1_hz_p
     return status;
 }
 
-fieldgrad_status gradproc2_compute(size_t ap, double h, double *gs, double A, double n)
+// A times the time derivative of u·cos(phi) or u·sin(phi), u = 1 - t/T, phi = 2·pi·n·t/T.
+static fieldgrad_status fill_spiral(size_t ap, double h, double *gs, double A, double n, bool sine)
 {
     const fieldgrad_status status = check_spiral(ap, h, gs);
     if (status != FIELDGRAD_OK)
@@ -55,25 +56,20 @@ fieldgrad_status gradproc2_compute(size_t ap, double h, double *gs, double A, do
     const double omega = 2.0 * fieldgrad_pi() * n;
     for (size_t i = 0; i < ap; i++) {
         const double r = static_cast<double>(i) * h / T;
-        const double phi = omega * r;
-        gs[i] = -A * (std::cos(phi) + omega * (1.0 - r) * std::sin(phi)) / T;
+        const double c = std::cos(omega * r), s = std::sin(omega * r), w = omega * (1.0 - r);
+        gs[i] = sine ? A * (w * c - s) / T : -A * (c + w * s) / T;
     }
     return FIELDGRAD_OK;
 }
 
+fieldgrad_status gradproc2_compute(size_t ap, double h, double *gs, double A, double n)
+{
+    return fill_spiral(ap, h, gs, A, n, false);
+}
+
 fieldgrad_status gradproc3_compute(size_t ap, double h, double *gs, double A, double n)
 {
-    const fieldgrad_status status = check_spiral(ap, h, gs);
-    if (status != FIELDGRAD_OK)
-        return status;
-    const double T = static_cast<double>(ap) * h;
-    const double omega = 2.0 * fieldgrad_pi() * n;
-    for (size_t i = 0; i < ap; i++) {
-        const double r = static_cast<double>(i) * h / T;
-        const double phi = omega * r;
-        gs[i] = A * (omega * (1.0 - r) * std::cos(phi) - std::sin(phi)) / T;
-    }
-    return FIELDGRAD_OK;
+    return fill_spiral(ap, h, gs, A, n, true);
 }
 
 fieldgrad_status CalcGrad_compute(size_t ap, double h, double *gs, int choice, double A, double n,
