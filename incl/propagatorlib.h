@@ -35,7 +35,8 @@ struct SectorField {
 void SectorPropagators(const SectorField &field, const Position *positions, int count,
                        std::complex<double> *propagators);
 
-// rho[v] <- P†·rho[v]·P with P = propagators[which[v]], v = 0..count-1; all packed.
+// rho[v] <- P†·rho[v]·P with P = propagators[which[v]], v = 0..count-1; all packed. With which[v]
+// below 0 rho[v] is left as it is.
 void RotateDensities(int n, const std::complex<double> *propagators, const int *which, int count,
                      std::complex<double> *rho);
 

@@ -1,4 +1,6 @@
-// propagatorlib_baseline.cpp - the kernel for one instruction set (see CMakeLists.txt).
+// propagatorlib_baseline.cpp - the kernels for one instruction set (see CMakeLists.txt).
 
-#define KERNEL propagate_lanes_baseline
+#define KERNEL(name) name##_baseline
+#define WIDTH        2
 #include "propagatorlib_lanes.h"
+#include "propagatorlib_rotate_lanes.h"

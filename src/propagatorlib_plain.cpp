@@ -56,9 +56,13 @@ void RotateDensitiesPlain(int n, const std::complex<double> *propagators, const 
 {
     static CMatrix P, density;
     const int64_t size = (int64_t)n * n;
+    int unpacked = -1;
     for (int v = 0; v < count; v++) {
-        if (v == 0 || which[v] != which[v - 1])
+        if (which[v] < 0)
+            continue;
+        if (which[v] != unpacked)
             unpack_matrix(n, propagators + which[v] * size, &P);
+        unpacked = which[v];
         unpack_matrix(n, rho + v * size, &density);
         DoRotation(n, &P, &density);
         pack_matrix(n, &density, rho + v * size);

@@ -7,6 +7,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <omp.h>
 
 using FastPath = EngineTest;
 
@@ -172,10 +173,10 @@ TEST_F(FastPath, GivesAPositionTheSameBytesInAnyCompany)
         const Waveform w = mixed_waveform(random);
         const SectorField f = field_of(w, 4e-5, 15.0);
         const std::vector<Position> all = random_positions(random, 21);
-        const Propagators together = fast(f, all);
+        const Propagators together = fast(f, all, best_lane_kernel());
         const size_t size = (size_t)(rt.n * rt.n);
         for (size_t p = 0; p < all.size(); p++) {
-            const Propagators alone = fast(f, {all[p]});
+            const Propagators alone = fast(f, {all[p]}, best_lane_kernel());
             EXPECT_EQ(std::memcmp(alone.data(), together.data() + p * size, size * sizeof(Complex)),
                       0)
                 << "n=" << rt.n << " position " << p;
@@ -214,4 +215,87 @@ TEST_F(FastPath, LeavesOperatorsOfAnotherFormToTheRecipe)
     SectorPropagators(f, at.data(), 2, p.data());
     const Propagators recipe = plain(f, at);
     EXPECT_EQ(largest_difference(p.data(), recipe.data(), p.size()), 0.0);
+}
+
+namespace
+{
+
+std::vector<Complex> random_matrices(std::mt19937 &random, int count)
+{
+    std::normal_distribution<double> any;
+    std::vector<Complex> m((size_t)(count * rt.n * rt.n));
+    for (Complex &element : m)
+        element = {any(random), any(random)};
+    return m;
+}
+
+void expect_same_rotation(const Propagators &p, const std::vector<int> &which,
+                          const std::vector<Complex> &rho)
+{
+    std::vector<Complex> recipe = rho;
+    RotateDensitiesPlain(rt.n, p.data(), which.data(), (int)which.size(), recipe.data());
+    for (LaneKernel kernel : {LANES_BASELINE, LANES_AVX2, LANES_AVX512}) {
+        if (!lane_kernel_runs_here(kernel))
+            continue;
+        std::vector<Complex> rotated = rho;
+        rotate_fast(kernel, rt.n, p.data(), which.data(), (int)which.size(), rotated.data());
+        EXPECT_LE(largest_difference(recipe.data(), rotated.data(), rho.size()), 1e-12)
+            << "n=" << rt.n << " kernel " << kernel;
+    }
+}
+
+Waveform without_rf(Waveform w)
+{
+    w.xb.assign(w.xb.size(), 0.0);
+    w.yb.assign(w.yb.size(), 0.0);
+    return w;
+}
+
+} // namespace
+
+TEST_F(FastPath, RotatesDensitiesAsTheRecipeDoes)
+{
+    std::mt19937 random(2010);
+    for (const std::vector<int> &two_i : systems)
+        for (int coupling_mode : {1, 2}) {
+            build_spins(random_spins(random, two_i, coupling_mode));
+            const Waveform w = mixed_waveform(random);
+            const std::vector<Position> at = random_positions(random, 3);
+            const std::vector<Complex> rho = random_matrices(random, 5);
+            expect_same_rotation(fast(field_of(w, 3e-5, 20.0), at), {2, 0, 0, -1, 1}, rho);
+            expect_same_rotation(fast(field_of(without_rf(w), 3e-3, 20.0), at), {1, -1, 2, 2, 0},
+                                 rho);
+        }
+}
+
+TEST_F(FastPath, GivesTheSameBytesForAnyNumberOfThreads)
+{
+    std::mt19937 random(2011);
+    const int most = omp_get_max_threads();
+    for (const std::vector<int> &two_i : {std::vector<int>{1, 1}, {1, 1, 2}, {1, 1, 1, 1, 1}}) {
+        build_spins(random_spins(random, two_i, 2));
+        const Waveform w = random_waveform(random, 60, true, true, true);
+        const SectorField f = field_of(w, 3e-5, 20.0);
+        const std::vector<Position> at = random_positions(random, 43);
+        const std::vector<Complex> rho = random_matrices(random, 43);
+        std::vector<int> which(at.size());
+        for (size_t v = 0; v < which.size(); v++)
+            which[v] = (int)(v / 2);
+        Propagators first;
+        std::vector<Complex> first_rho;
+        for (int threads : {1, 2, 3, 8}) {
+            omp_set_num_threads(threads);
+            const Propagators p = fast(f, at);
+            std::vector<Complex> rotated = rho;
+            RotateDensities(rt.n, p.data(), which.data(), (int)which.size(), rotated.data());
+            if (first.empty()) {
+                first = p;
+                first_rho = rotated;
+            }
+            EXPECT_EQ(std::memcmp(first.data(), p.data(), p.size() * sizeof p[0]), 0) << threads;
+            EXPECT_EQ(std::memcmp(first_rho.data(), rotated.data(), rho.size() * sizeof rho[0]), 0)
+                << threads;
+        }
+        omp_set_num_threads(most);
+    }
 }

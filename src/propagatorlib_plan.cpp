@@ -1,0 +1,259 @@
+// propagatorlib_plan.cpp - the samples of a sector as steps that every position shares: runs
+// without RF are one step, equal samples with RF are one step, and how many terms each takes.
+
+#include "propagatorlib_internal.h"
+
+#include <Eigen/Dense>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+// ------------------------------------------------------------------ the series of exp
+
+// exp(-i·x·s) = sum over k of c_k·(-i)^k·J_k(x)·T_k(s) for -1 <= s <= 1, c_0 = 1, else 2
+// (Jacobi and Anger; M. Abramowitz, I. Stegun, Handbook of Mathematical Functions, 9.1.44-45).
+// Cut off and ordered by powers of h = x·s it is sum over j of a_j·(-i·h)^j, the Taylor series
+// with its last coefficients changed so that fewer of them do.
+
+static const double LONGEST_SUBSTEP = 2.5; // |H|·tau: the terms still cancel harmlessly
+static const double LONGEST_STEP = 1e5;    // |H|·T of one step
+static const double SERIES_END = 1e-16;    // of exp(-i·x·s), the terms left out
+static const size_t MOST_TERMS = 34;
+
+// J_k(x), k = 0..MOST_TERMS, by their power series, for x up to a little over LONGEST_SUBSTEP.
+static std::array<long double, MOST_TERMS + 1> bessel_functions(long double x)
+{
+    std::array<long double, MOST_TERMS + 1> J;
+    long double first = 1.0L;
+    for (size_t k = 0; k <= MOST_TERMS; k++) {
+        long double term = first, sum = first;
+        for (int j = 1; std::fabs(term) > 1e-24L * std::fabs(sum); j++) {
+            term *= -(x / 2) * (x / 2) / j / ((int)k + j);
+            sum += term;
+        }
+        J[k] = sum;
+        first *= x / 2 / ((int)k + 1);
+    }
+    return J;
+}
+
+// The coefficients of h = x·s to the powers 0, 1, ... as far as they are needed. The signs of the
+// powers of s in T_k meet those of (-i)^k: only absolute values are added.
+static std::vector<double> series_of_exp(double x)
+{
+    const std::array<long double, MOST_TERMS + 1> J = bessel_functions(x);
+    size_t terms = MOST_TERMS;
+    for (long double left_out = 0.0L; terms > 1; terms--) {
+        left_out += 2 * std::fabs(J[terms]);
+        if (left_out > SERIES_END)
+            break;
+    }
+    std::array<long double, MOST_TERMS + 2> before = {1.0L}, t = {0.0L, 1.0L}, sum = {J[0]};
+    for (size_t k = 1; k <= terms; k++) {
+        std::array<long double, MOST_TERMS + 2> next = before;
+        for (size_t j = 0; j <= k; j++) {
+            sum[j] += 2 * J[k] * t[j];
+            next[j + 1] += 2 * t[j];
+        }
+        before = t;
+        t = next;
+    }
+    std::vector<double> series;
+    long double power = 1.0L;
+    for (size_t j = 0; j <= terms; j++, power *= x)
+        series.push_back((double)(sum[j] / power));
+    return series;
+}
+
+// The bound of |H|·tau is rounded up to one of few values, each with its coefficients.
+struct SeriesTable {
+    struct Entry {
+        int grade, terms, at;
+    };
+    std::vector<Entry> entries;
+};
+
+static SeriesTable::Entry find_series(double x, SeriesTable *table, std::vector<double> *series)
+{
+    const int grade = x > 0.0 ? std::max(-40, (int)std::ceil(4.0 * std::log2(x))) : -40;
+    for (const SeriesTable::Entry &entry : table->entries)
+        if (entry.grade == grade)
+            return entry;
+    const double rounded_up = std::exp2(grade / 4.0);
+    const std::vector<double> made = series_of_exp(rounded_up);
+    table->entries.push_back({grade, (int)made.size() - 1, (int)series->size()});
+    series->insert(series->end(), made.begin(), made.end());
+    return table->entries.back();
+}
+
+// ------------------------------------------------------------------ how large H can be
+
+// Largest |g| of sample k anywhere in the box: it is linear, so a corner has it.
+static double largest_offset(const SectorField &f, int k)
+{
+    if (!f.gx)
+        return std::fabs(f.offset);
+    double largest = 0.0;
+    for (double x : {f.low.x, f.high.x})
+        for (double y : {f.low.y, f.high.y})
+            for (double z : {f.low.z, f.high.z})
+                largest = std::max(largest,
+                                   std::fabs(f.gx[k] * x + f.gy[k] * y + f.gz[k] * z + f.offset));
+    return largest;
+}
+
+// A bound of the norm of H: the largest sum over a column.
+static double norm_bound(const SparseSystem &s, double g, double b)
+{
+    double largest = 0.0;
+    for (int j = 0; j < s.n; j++) {
+        double sum = std::fabs(s.d[(size_t)j]) + g * std::fabs(s.m[(size_t)j]);
+        for (int e = s.start[(size_t)j]; e < s.start[(size_t)j + 1]; e++)
+            sum += std::fabs(s.fixed[(size_t)e]) + b * std::fabs(s.flip[(size_t)e]);
+        largest = std::max(largest, sum);
+    }
+    return largest;
+}
+
+// ------------------------------------------------------------------ turns of the RF phase
+
+// exp(-i·angle·m) for every level.
+static int add_turn(SectorPlan *plan, double angle)
+{
+    const int at = (int)plan->turns.size();
+    for (double m : plan->system.level_m) {
+        plan->turns.push_back(std::cos(angle * m));
+        plan->turns.push_back(-std::sin(angle * m));
+    }
+    return at;
+}
+
+// ------------------------------------------------------------------ evolution without RF
+
+// The eigenvectors and eigenvalues of diag(d) + F, component by component.
+struct FreeEigen {
+    std::vector<Eigen::MatrixXd> vectors;
+    std::vector<Eigen::VectorXd> values;
+};
+
+static Eigen::MatrixXd component_matrix(const SparseSystem &s, size_t c)
+{
+    const int begin = s.first[c], size = s.first[c + 1] - begin;
+    Eigen::MatrixXd A = Eigen::MatrixXd::Zero(size, size);
+    for (int b = 0; b < size; b++) {
+        const int j = s.member[(size_t)(begin + b)];
+        A(b, b) = s.d[(size_t)j];
+        for (int e = s.start[(size_t)j]; e < s.start[(size_t)j + 1]; e++) {
+            const auto from = s.member.begin() + begin, to = from + size;
+            const auto found = std::lower_bound(from, to, s.row[(size_t)e]);
+            if (s.fixed[(size_t)e] != 0.0)
+                A(found - from, b) = s.fixed[(size_t)e];
+        }
+    }
+    return A;
+}
+
+static FreeEigen diagonalise(const SparseSystem &s)
+{
+    FreeEigen eigen;
+    for (size_t c = 0; c + 1 < s.first.size(); c++) {
+        const Eigen::SelfAdjointEigenSolver<Eigen::MatrixXd> solver(component_matrix(s, c));
+        eigen.vectors.push_back(solver.eigenvectors());
+        eigen.values.push_back(solver.eigenvalues());
+    }
+    return eigen;
+}
+
+// exp(-i·(diag(d) + F)·T) as blocks by rows.
+static int add_blocks(SectorPlan *plan, const FreeEigen &eigen, double T)
+{
+    const int at = (int)plan->blocks_re.size();
+    for (size_t c = 0; c < eigen.vectors.size(); c++) {
+        const Eigen::MatrixXd &V = eigen.vectors[c];
+        const Eigen::VectorXd angle = eigen.values[c] * T;
+        const Eigen::MatrixXd re = V * angle.array().cos().matrix().asDiagonal() * V.transpose();
+        const Eigen::MatrixXd im = V * angle.array().sin().matrix().asDiagonal() * V.transpose();
+        for (Eigen::Index a = 0; a < V.rows(); a++)
+            for (Eigen::Index b = 0; b < V.rows(); b++) {
+                plan->blocks_re.push_back(re(a, b));
+                plan->blocks_im.push_back(-im(a, b));
+            }
+    }
+    return at;
+}
+
+// ------------------------------------------------------------------ samples into steps
+
+static double rf_amplitude(const SectorField &f, int k)
+{
+    return std::hypot(f.xb[k], f.yb[k]);
+}
+
+static bool same_sample(const SectorField &f, int j, int k)
+{
+    return f.xb[j] == f.xb[k] && f.yb[j] == f.yb[k] &&
+           (!f.gx || (f.gx[j] == f.gx[k] && f.gy[j] == f.gy[k] && f.gz[j] == f.gz[k]));
+}
+
+// The end of the samples from first on that are one step: all without RF, or all equal.
+static int end_of_step(const SectorField &f, int first, bool free)
+{
+    int k = first + 1;
+    while (k < f.ap && (free ? rf_amplitude(f, k) == 0.0 : same_sample(f, first, k)))
+        k++;
+    return k;
+}
+
+// False when the step is so long that the squarings of the plain path are the faster way.
+static bool plan_driven(SectorPlan *plan, int first, int last, double *phase, SeriesTable *table)
+{
+    const SectorField &f = plan->field;
+    const double wanted = std::atan2(f.yb[first], f.xb[first]);
+    const double b = rf_amplitude(f, first), T = (last - first) * f.tau;
+    const double x = norm_bound(plan->system, largest_offset(f, first), b) * std::fabs(T);
+    if (!(x < LONGEST_STEP))
+        return false;
+    const int substeps = std::max(1, (int)std::ceil(x / LONGEST_SUBSTEP));
+    const SeriesTable::Entry series = find_series(x / substeps, table, &plan->series);
+    const int turn = wanted == *phase ? -1 : add_turn(plan, wanted - *phase);
+    *phase = wanted;
+    plan->steps.push_back(
+        {first, last, false, b, T / substeps, substeps, series.terms, series.at, turn, 0});
+    return true;
+}
+
+static bool plan_steps(SectorPlan *plan)
+{
+    const SectorField &f = plan->field;
+    FreeEigen eigen;
+    SeriesTable table;
+    double phase = 0.0;
+    int known_length = 0, known_blocks = 0;
+    for (int first = 0, last; first < f.ap; first = last) {
+        const bool free = rf_amplitude(f, first) == 0.0;
+        last = end_of_step(f, first, free);
+        if (!free) {
+            if (!plan_driven(plan, first, last, &phase, &table))
+                return false;
+            continue;
+        }
+        if (eigen.vectors.empty())
+            eigen = diagonalise(plan->system);
+        if (last - first != known_length) {
+            known_length = last - first;
+            known_blocks = add_blocks(plan, eigen, known_length * f.tau);
+        }
+        plan->steps.push_back({first, last, true, 0.0, f.tau, 1, 0, 0, -1, known_blocks});
+    }
+    plan->last_turn = add_turn(plan, -phase);
+    return true;
+}
+
+bool make_sector_plan(const SectorField &field, SectorPlan *plan)
+{
+    plan->field = field;
+    if (!make_sparse_system(field, &plan->system))
+        return false;
+    return plan_steps(plan);
+}
