@@ -1,0 +1,4 @@
+// receiverlib_avx512.cpp - the kernel for one instruction set (see CMakeLists.txt).
+
+#define KERNEL add_segment_avx512
+#include "receiverlib_lanes.h"
