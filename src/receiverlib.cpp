@@ -2,7 +2,7 @@
 //
 // In the eigenbasis of the Hamiltonian (receiverlib_basis) every element of rho turns with a
 // frequency of its own, so a trace is a sum of phases over the elements that the receiver sees.
-// The vector kernels (receiverlib_lanes.h) take eight of them at a time.
+// The vector kernels (receiverlib_lanes.h) take many of them at a time.
 
 #include "receiverlib_internal.h"
 
@@ -90,12 +90,11 @@ static void set(Complex z, size_t lane, double *re, double *im)
     im[lane] = z.imag();
 }
 
-// An even number of groups; what is left over in the last ones has no amplitude.
+// What is left over in the last group has no amplitude.
 static std::vector<TransitionGroup> make_groups(const std::vector<Transition> &list,
                                                 const Segments &segments)
 {
-    std::vector<TransitionGroup> groups((list.size() + 2 * TRANSITIONS - 1) / (2 * TRANSITIONS) *
-                                        2);
+    std::vector<TransitionGroup> groups((list.size() + TRANSITIONS - 1) / TRANSITIONS);
     for (size_t t = 0; t < list.size(); t++) {
         TransitionGroup &g = groups[t / TRANSITIONS];
         const size_t lane = t % TRANSITIONS;

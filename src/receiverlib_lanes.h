@@ -1,11 +1,12 @@
-// receiverlib_lanes.h - one segment of a trace, eight transitions to a vector.
+// receiverlib_lanes.h - one segment of a trace, WIDTH transitions to a vector.
 //
-// Included by one source file per instruction set; KERNEL is the function it defines. Only plain
-// loops over vectors here: nothing that the linker could share between instruction sets.
+// Included by one source file per instruction set; KERNEL is the function it defines, WIDTH what
+// its vectors hold. Only plain loops over vectors here: nothing that the linker could share between
+// instruction sets.
 
 #include "receiverlib_lanes_job.h"
 
-typedef double lanes_t __attribute__((vector_size(TRANSITIONS * sizeof(double))));
+typedef double lanes_t __attribute__((vector_size(WIDTH * sizeof(double))));
 
 namespace
 {
@@ -33,10 +34,11 @@ void store(double *to, lanes_t v)
     __builtin_memcpy(to, &v, sizeof v);
 }
 
-Waves start(const TransitionGroup &g)
+Waves start(const TransitionGroup &g, int lane)
 {
-    return {load(g.half_re), load(g.half_im), load(g.step_re), load(g.step_im),
-            load(g.x_re),    load(g.x_im),    load(g.y_re),    load(g.y_im)};
+    return {load(g.half_re + lane), load(g.half_im + lane), load(g.step_re + lane),
+            load(g.step_im + lane), load(g.x_re + lane),    load(g.x_im + lane),
+            load(g.y_re + lane),    load(g.y_im + lane)};
 }
 
 void advance(Waves *w)
@@ -46,10 +48,10 @@ void advance(Waves *w)
     w->im = re * w->step_im + w->im * w->step_re;
 }
 
-// Two groups at once: the next phases of one hide the wait for those of the other.
-void add_two(const TransitionGroup &first, const TransitionGroup &second, int half, Sums *sums)
+// Two vectors at once: the next phases of one hide the wait for those of the other.
+void add_two(const TransitionGroup &g, int lane, int half, Sums *sums)
 {
-    Waves a = start(first), b = start(second);
+    Waves a = start(g, lane), b = start(g, lane + WIDTH);
     for (int j = 0; j < half; j++) {
         Sums &s = sums[j];
         s.even_x += a.x_re * a.re + b.x_re * b.re;
@@ -63,15 +65,20 @@ void add_two(const TransitionGroup &first, const TransitionGroup &second, int ha
 
 void turn(const TransitionGroup &g, double *re, double *im)
 {
-    const lanes_t leap_re = load(g.leap_re), leap_im = load(g.leap_im);
-    const lanes_t old_re = load(re), old_im = load(im);
-    store(re, old_re * leap_re - old_im * leap_im);
-    store(im, old_re * leap_im + old_im * leap_re);
+    for (int lane = 0; lane < TRANSITIONS; lane += WIDTH) {
+        const lanes_t leap_re = load(g.leap_re + lane), leap_im = load(g.leap_im + lane);
+        const lanes_t old_re = load(re + lane), old_im = load(im + lane);
+        store(re + lane, old_re * leap_re - old_im * leap_im);
+        store(im + lane, old_re * leap_im + old_im * leap_re);
+    }
 }
 
 double sum_of(lanes_t v)
 {
-    return ((v[0] + v[1]) + (v[2] + v[3])) + ((v[4] + v[5]) + (v[6] + v[7]));
+    double sum = v[0];
+    for (int lane = 1; lane < WIDTH; lane++)
+        sum += v[lane];
+    return sum;
 }
 
 } // namespace
@@ -81,12 +88,12 @@ void KERNEL(const SegmentJob &job)
     Sums *const sums = reinterpret_cast<Sums *>(job.work);
     for (int j = 0; j < job.half; j++)
         sums[j] = Sums{};
-    for (int g = 0; g < job.count; g += 2)
-        add_two(job.groups[g], job.groups[g + 1], job.half, sums);
-    for (int g = 0; g < job.count; g++) {
-        TransitionGroup &group = job.groups[g];
-        turn(group, group.x_re, group.x_im);
-        turn(group, group.y_re, group.y_im);
+    for (int k = 0; k < job.count; k++) {
+        TransitionGroup &g = job.groups[k];
+        for (int lane = 0; lane < TRANSITIONS; lane += 2 * WIDTH)
+            add_two(g, lane, job.half, sums);
+        turn(g, g.x_re, g.x_im);
+        turn(g, g.y_re, g.y_im);
     }
     for (int j = 0; j < job.half; j++) {
         const Sums &s = sums[j];

@@ -5,9 +5,9 @@
 
 // A trace goes in segments of 2·half samples. Seen from the middle of a segment, the samples lie
 // at plus and minus (j + 1/2)·dt, j = 0..half-1, and share their cosines and sines.
-enum { TRANSITIONS = 8, LONGEST_HALF = 64 };
+enum { TRANSITIONS = 16, WIDEST = 8, LONGEST_HALF = 64 };
 
-// Eight transitions: the sum of amplitude·exp(-i·omega·t).
+// Sixteen transitions: the sum of amplitude·exp(-i·omega·t).
 struct alignas(64) TransitionGroup {
     double half_re[TRANSITIONS], half_im[TRANSITIONS]; // exp(-i·omega·dt/2)
     double step_re[TRANSITIONS], step_im[TRANSITIONS]; // exp(-i·omega·dt)
@@ -17,12 +17,12 @@ struct alignas(64) TransitionGroup {
 };
 
 struct alignas(64) SegmentSums {
-    double sum[4 * LONGEST_HALF][TRANSITIONS];
+    double sum[4 * LONGEST_HALF][WIDEST];
 };
 
 struct SegmentJob {
     TransitionGroup *groups;
-    int count; // even
+    int count;
     int half;
     SegmentSums *work;
     double *re, *im; // 2·half samples each
