@@ -11,6 +11,8 @@
 #include <Eigen/Dense>
 
 #include <algorithm>
+#include <cstdint>
+#include <memory>
 
 typedef std::complex<double> Complex;
 
@@ -140,10 +142,10 @@ static void add_all_segments(LaneKernel kernel, const std::vector<Transition> &l
 {
     const Segments segments = divide(ap, dt);
     std::vector<TransitionGroup> groups = make_groups(list, segments);
-    std::vector<SegmentSums> work(1);
+    const std::unique_ptr<SegmentSums> work{new SegmentSums};
     double segment_re[2 * LONGEST_HALF], segment_im[2 * LONGEST_HALF];
     const SegmentJob job = {groups.data(), (int)groups.size(), segments.half,
-                            work.data(),   segment_re,         segment_im};
+                            work.get(),    segment_re,         segment_im};
     for (int s = 0, first = 0; s < segments.count; s++) {
         if (s % EXACT_EVERY == 0)
             set_amplitudes(list, segments, s, &groups);

@@ -54,10 +54,10 @@ void add_two(const TransitionGroup &g, int lane, int half, Sums *sums)
     Waves a = start(g, lane), b = start(g, lane + WIDTH);
     for (int j = 0; j < half; j++) {
         Sums &s = sums[j];
-        s.even_x += a.x_re * a.re + b.x_re * b.re;
-        s.odd_x += a.x_im * a.im + b.x_im * b.im;
-        s.even_y += a.y_re * a.re + b.y_re * b.re;
-        s.odd_y += a.y_im * a.im + b.y_im * b.im;
+        s.even_x = s.even_x + a.x_re * a.re + b.x_re * b.re;
+        s.odd_x = s.odd_x + a.x_im * a.im + b.x_im * b.im;
+        s.even_y = s.even_y + a.y_re * a.re + b.y_re * b.re;
+        s.odd_y = s.odd_y + a.y_im * a.im + b.y_im * b.im;
         advance(&a);
         advance(&b);
     }
