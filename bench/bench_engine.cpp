@@ -146,6 +146,21 @@ static void ReceiverSignal(benchmark::State &state)
     count_items(state, points, "points");
 }
 
+// Many traces of one receiver: what is common to them is made beforehand.
+static void ReceiverTraces(benchmark::State &state)
+{
+    constexpr int points = 1024;
+    set_up_chain(static_cast<int>(state.range(0)));
+    set_up_negated_hamiltonian();
+    const ReceiverBasis basis = MakeReceiverBasis(rt.n, &rt.Istat, &rt.Ixtot, &rt.Iytot);
+    std::vector<double> re(points), im(points);
+    for (auto _ : state) {
+        ReceiverTraceInBasis(basis, points, 0.5e-3, &rt.Iytot, re.data(), im.data());
+        benchmark::ClobberMemory();
+    }
+    count_items(state, points, "points");
+}
+
 static bool write_pulse_file(const char *path)
 {
     std::FILE *out = std::fopen(path, "wb");
@@ -247,6 +262,7 @@ FOR_ALL_SIZES(DenseExponential);
 FOR_ALL_SIZES(SectorPropagator);
 FOR_ALL_SIZES(SectorPropagatorPlain);
 FOR_ALL_SIZES(ReceiverSignal);
+FOR_ALL_SIZES(ReceiverTraces);
 FOR_ALL_SIZES(SpatialRun);
 FOR_ALL_SIZES(OptimizerObjective);
 

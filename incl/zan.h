@@ -87,6 +87,7 @@ struct ZanRuntime {
     double xb[ZAN_MAX_RF_POINTS], yb[ZAN_MAX_RF_POINTS];                        // RF, rad/s
     double gx[ZAN_MAX_RF_POINTS], gy[ZAN_MAX_RF_POINTS], gz[ZAN_MAX_RF_POINTS]; // rad/s per cm
     int spatial_progress_sector, spatial_progress_sector_count; // for the progress lines
+    bool dm_along_x, dm_along_y, dm_along_z; // axes along which voxels of dm.bin may differ
 
     // ---- optimizer: zan_optimizer, zan_minimiser, zanoptseq ----
     int npar;                         // parameters in use, 0..160; made a multiple of 4

@@ -5,6 +5,7 @@
 
 #include "consoleutil.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <filesystem>
@@ -100,9 +101,17 @@ std::unique_ptr<double[]> osc_zeros(size_t count)
 
 bool write_signal_trace(FILE *out, int signal_points, const double *sig_re, const double *sig_im)
 {
-    for (int k = 0; out && sig_re && sig_im && k < signal_points; k++) {
-        const double sample[2] = {finite_or_zero(sig_re[k]), finite_or_zero(sig_im[k])};
-        if (std::fwrite(sample, sizeof(double), 2, out) != 2)
+    const int BLOCK = 512; // samples
+    double block[2 * BLOCK];
+    if (!out || !sig_re || !sig_im)
+        return true;
+    for (int first = 0; first < signal_points; first += BLOCK) {
+        const int count = std::min(BLOCK, signal_points - first);
+        for (int k = 0; k < count; k++) {
+            block[2 * k] = finite_or_zero(sig_re[first + k]);
+            block[2 * k + 1] = finite_or_zero(sig_im[first + k]);
+        }
+        if (std::fwrite(block, 2 * sizeof(double), (size_t)count, out) != (size_t)count)
             return false;
     }
     return true;

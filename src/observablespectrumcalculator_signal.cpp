@@ -1,8 +1,8 @@
 // observablespectrumcalculator_signal.cpp - receiver signals: one trace of a density matrix in
 // its different forms, and the signal file of all matrices of "dm.bin".
 //
-// receiverlib makes the trace by time stepping; the tables that explain a single trace are in
-// _tables, its multiplets in _multiplets.
+// receiverlib makes the traces; the tables that explain a single trace are in _tables, its
+// multiplets in _multiplets.
 
 #include "observablespectrumcalculator_internal.h"
 
@@ -13,16 +13,21 @@
 
 // ------------------------------------------------------------------ one trace
 
+// ap intervals, not ap - 1.
+static double direct_step(int ap, double acq_time_s)
+{
+    return ap < 1 ? 0.0 : acq_time_s / ap;
+}
+
 void build_direct_observable_signal(int n, int ap, double acq_time_s, const CMatrix *densmat,
                                     const CMatrix *Hmat, const CMatrix *Ixtot, const CMatrix *Iytot,
                                     double *out_re, double *out_im)
 {
-    const double dt = ap < 1 ? 0.0 : acq_time_s / ap; // ap intervals, not ap - 1
-    ReceiverTrace(n, ap, dt, densmat, Hmat, Ixtot, Iytot, out_re, out_im);
+    ReceiverTrace(n, ap, direct_step(ap, acq_time_s), densmat, Hmat, Ixtot, Iytot, out_re, out_im);
 }
 
-static void print_line_lists(int n, const CMatrix *densmat, const CMatrix *Hmat,
-                             const CMatrix *observable, const char *label)
+static void print_lines_of(int n, const CMatrix *densmat, const CMatrix *Hmat,
+                           const CMatrix *observable, const char *label)
 {
     static LineList csp, ssp;
     int Nc = 0, Ns = 0;
@@ -30,21 +35,28 @@ static void print_line_lists(int n, const CMatrix *densmat, const CMatrix *Hmat,
     print_legacy_spectrum_component_diagnostics(label, csp, ssp, Nc, Ns);
 }
 
+static void print_line_lists(int n, const CMatrix *densmat, const CMatrix *Hmat,
+                             const CMatrix *Ixtot, const CMatrix *Iytot)
+{
+    if (ZAN_GetSmokeCheckMode())
+        return;
+    if (n > HERMIT_MAX_N) {
+        std::printf("\nZAN legacy DoSpectrum diagnostics skipped for n=%d (>64).\n", n);
+        std::printf("Direct density-matrix FID propagation is still used for receiver "
+                    "export.\n");
+    } else {
+        print_lines_of(n, densmat, Hmat, Ixtot, "Ix absorption channel");
+        print_lines_of(n, densmat, Hmat, Iytot, "Iy dispersion channel");
+    }
+}
+
 void build_legacy_separate_spectra_signal(int n, int ap, double acq_time_s, const CMatrix *densmat,
                                           const CMatrix *Hmat, const CMatrix *Ixtot,
                                           const CMatrix *Iytot, double *out_re, double *out_im,
                                           bool print_diagnostics)
 {
-    if (print_diagnostics && !ZAN_GetSmokeCheckMode()) {
-        if (n > HERMIT_MAX_N) {
-            std::printf("\nZAN legacy DoSpectrum diagnostics skipped for n=%d (>64).\n", n);
-            std::printf("Direct density-matrix FID propagation is still used for receiver "
-                        "export.\n");
-        } else {
-            print_line_lists(n, densmat, Hmat, Ixtot, "Ix absorption channel");
-            print_line_lists(n, densmat, Hmat, Iytot, "Iy dispersion channel");
-        }
-    }
+    if (print_diagnostics)
+        print_line_lists(n, densmat, Hmat, Ixtot, Iytot);
     build_direct_observable_signal(n, ap, acq_time_s, densmat, Hmat, Ixtot, Iytot, out_re, out_im);
 }
 
@@ -114,15 +126,18 @@ struct Receiver {
     const SpinIList *Ilist;
     const ZANSlowBandSplitConfig *slow; // may be null
     std::unique_ptr<double[]> re, im;
+    ReceiverBasis basis;
 };
 
 static bool write_one_trace(FILE *out, int traces, const Receiver &r, const CMatrix *densmat)
 {
     const bool single = traces < 2;
-    if (single)
+    if (single) {
         print_adc_start_transverse_expectations(r.n, densmat, *r.ket, *r.Ilist);
-    build_legacy_separate_spectra_signal(r.n, r.points, r.time, densmat, r.Hmat, r.Ixtot, r.Iytot,
-                                         r.re.get(), r.im.get(), single);
+        print_line_lists(r.n, densmat, r.Hmat, r.Ixtot, r.Iytot);
+    }
+    ReceiverTraceInBasis(r.basis, r.points, direct_step(r.points, r.time), densmat, r.re.get(),
+                         r.im.get());
     if (!write_signal_trace(out, r.points, r.re.get(), r.im.get()))
         return false;
     write_slow_multiplet_outputs(r.path, r.n, r.points, traces, r.time, densmat, r.Hmat, r.Ixtot,
@@ -200,7 +215,8 @@ double SeparateSpectra_GenerateSignalWithParamsAndSlowSplit(
                         &Ilist,
                         slow_split,
                         osc_zeros((size_t)signal_points),
-                        osc_zeros((size_t)signal_points)};
+                        osc_zeros((size_t)signal_points),
+                        MakeReceiverBasis(*n, &Hmat, Ixtot, Iytot)};
     if (!r.re || !r.im)
         return 0.0;
     return write_signal_file(dm.get(), traces, r, densmat) ? acquisition_time_s : 0.0;

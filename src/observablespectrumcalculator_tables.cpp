@@ -6,14 +6,21 @@
 #include <algorithm>
 #include <cmath>
 #include <complex>
+#include <string>
 #include <vector>
 
 // ------------------------------------------------------------------ line lists
 
+// Up to 256 lines in one write: the console would take each of them by itself.
 static void print_lines(const LineList &lines, int count)
 {
-    for (int k = 1; k <= count; k++)
-        std::printf("    % .12e  % .12g\n", lines[1][k], lines[2][k]);
+    std::string text;
+    for (int k = 1; k <= count; k++) {
+        char line[64];
+        std::snprintf(line, sizeof line, "    % .12e  % .12g\n", lines[1][k], lines[2][k]);
+        text += line;
+    }
+    std::fputs(text.c_str(), stdout);
 }
 
 void print_legacy_spectrum_component_diagnostics(const char *label, const LineList &csp,

@@ -141,37 +141,6 @@ static int row_of(const Share &share, int n, int lanes, int bundle, int lane)
 
 // ------------------------------------------------------------------ running the kernels
 
-bool lane_kernel_runs_here(LaneKernel kernel)
-{
-#if defined(__x86_64__)
-    if (kernel == LANES_AVX512)
-        return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl") &&
-               __builtin_cpu_supports("avx512dq");
-    if (kernel == LANES_AVX2)
-        return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma");
-#endif
-    return kernel == LANES_BASELINE;
-}
-
-static LaneKernel find_best_kernel(void)
-{
-    for (LaneKernel kernel : {LANES_AVX512, LANES_AVX2})
-        if (lane_kernel_runs_here(kernel))
-            return kernel;
-    return LANES_BASELINE;
-}
-
-LaneKernel best_lane_kernel(void)
-{
-    static const LaneKernel best = find_best_kernel();
-    return best;
-}
-
-int lanes_of(LaneKernel kernel)
-{
-    return kernel == LANES_AVX512 ? 8 : kernel == LANES_AVX2 ? 4 : 2;
-}
-
 static void propagate_lanes(LaneKernel kernel, const LaneJob &job)
 {
     switch (kernel) {

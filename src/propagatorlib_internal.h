@@ -3,6 +3,7 @@
 #ifndef ZAN_PROPAGATORLIB_INTERNAL_H
 #define ZAN_PROPAGATORLIB_INTERNAL_H
 
+#include "lanekernels.h"
 #include "propagatorlib.h"
 
 #include <cstddef>
@@ -64,13 +65,6 @@ bool make_sector_plan(const SectorField &field, SectorPlan *plan);
 double sample_offset(const SectorField &f, const Position &at, int k);
 
 // ------------------------------------------------------------------ kernels
-
-// The same kernels for three instruction sets; the last two need a machine that has them.
-enum LaneKernel { LANES_BASELINE, LANES_AVX2, LANES_AVX512 };
-bool lane_kernel_runs_here(LaneKernel kernel);
-LaneKernel best_lane_kernel(void);
-int lanes_of(LaneKernel kernel); // doubles in a vector
-enum { MOST_LANES = 8 };
 
 // One step as the lanes see it.
 struct Step {

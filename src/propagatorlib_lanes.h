@@ -8,8 +8,7 @@
 // Vectors lie as [column][bundle][re, im].
 
 #include "propagatorlib_internal.h"
-
-#include "propagatorlib_vectors.h"
+#include "vectors.h"
 
 namespace
 {

@@ -6,8 +6,7 @@
 // of the states that P joins to the column's enter it.
 
 #include "propagatorlib_internal.h"
-
-#include "propagatorlib_vectors.h"
+#include "vectors.h"
 
 namespace
 {

@@ -11,13 +11,12 @@
 #include "consoleutil.h"
 #include "platformlib.h"
 #include "propagatorlib.h"
+#include "zan_voxels.h"
 
 #include <new>
-#include <unordered_map>
 
-static const int64_t BATCH_BYTES = 4 << 20;        // density matrices read at a time
-static const int64_t PROPAGATOR_BYTES = 256 << 20; // propagators kept for later voxels
-static const int64_t MAX_BATCH = 4096, MAX_KEPT = 65536;
+static const int64_t BATCH_BYTES = 4 << 20; // density matrices read at a time
+static const int64_t MAX_BATCH = 4096;
 
 // ------------------------------------------------------------------ generations of dm.bin
 
@@ -51,10 +50,14 @@ static WriteResult write_copies(int type, int num1, int count, const CMatrix *ma
     WriteResult result = WRITTEN;
     if (WriteBinFileHeader_status(store.get(), type, num1, count) != BINFH_OK)
         result = NO_HEADER;
+    const std::unique_ptr<Complex[]> packed{new (std::nothrow) Complex[(size_t)(rt.n * rt.n)]};
+    if (packed)
+        pack_matrix(rt.n, mat, packed.get());
+    else
+        result = NO_DATA;
     for (int c = 0; c < count && result == WRITTEN; c++)
-        for (int row = 1; row <= rt.n; row++)
-            if (!write_cmatrix_row(store.get(), rt.n, mat, row))
-                result = NO_DATA;
+        if (!write_packed_matrix(store.get(), rt.n, packed.get()))
+            result = NO_DATA;
     if (result == WRITTEN && !close_and_replace(std::move(store)))
         result = NO_DATA;
     if (result != WRITTEN) {
@@ -106,14 +109,6 @@ static FilePtr open_dm_bin(const char *who, int count)
 
 // ------------------------------------------------------------------ batches of matrices
 
-struct Batch {
-    int64_t size;                   // elements of one matrix
-    int capacity;                   // matrices that fit
-    int count;                      // matrices read
-    std::unique_ptr<Complex[]> rho; // packed, capacity of them
-    std::unique_ptr<int[]> which;   // propagator of each
-};
-
 // Small enough for the progress to show: at most a hundredth of all matrices.
 static bool make_batch(Batch *b, int total)
 {
@@ -145,17 +140,6 @@ static bool read_batch(FILE *in, int wanted, Batch *b)
 
 // ------------------------------------------------------------------ spatial sectors
 
-// Positions differ for the sector only along axes on which it has a gradient: voxels that agree
-// there share one propagator. Propagators are kept while they fit, then all are forgotten.
-struct PropagatorCache {
-    bool along_x, along_y, along_z;
-    int capacity;
-    bool holds_all;                        // every distinct position fits
-    std::unordered_map<int64_t, int> slot; // by voxel key
-    std::unique_ptr<Complex[]> propagators;
-    std::unique_ptr<Position[]> missing; // of the batch at hand
-};
-
 static bool any_nonzero(const double *samples, int count)
 {
     for (int k = 0; k < count; k++)
@@ -164,55 +148,14 @@ static bool any_nonzero(const double *samples, int count)
     return false;
 }
 
-static bool make_cache(PropagatorCache *cache, const Batch &b)
+static Axes axes_with_gradients(void)
 {
-    cache->along_x = any_nonzero(rt.gx, rt.ap);
-    cache->along_y = any_nonzero(rt.gy, rt.ap);
-    cache->along_z = any_nonzero(rt.gz, rt.ap);
-    const int64_t distinct = (int64_t)(cache->along_x ? rt.ndx : 1) *
-                             (cache->along_y ? rt.ndy : 1) * (cache->along_z ? rt.ndz : 1);
-    int64_t fits = PROPAGATOR_BYTES / (b.size * (int64_t)sizeof(Complex));
-    fits = fits > MAX_KEPT ? MAX_KEPT : fits;
-    fits = fits > distinct ? distinct : fits;
-    cache->capacity = (int)(fits < b.capacity ? b.capacity : fits);
-    cache->holds_all = distinct <= cache->capacity;
-    cache->propagators.reset(new (std::nothrow) Complex[(size_t)(b.size * cache->capacity)]);
-    cache->missing.reset(new (std::nothrow) Position[(size_t)b.capacity]);
-    return cache->propagators && cache->missing;
+    return {any_nonzero(rt.gx, rt.ap), any_nonzero(rt.gy, rt.ap), any_nonzero(rt.gz, rt.ap)};
 }
 
-// Voxel number v from 0: z runs fastest, then y, then x.
-static int64_t voxel_key(const PropagatorCache &cache, int64_t v)
+static VoxelGrid grid_at_hand(void)
 {
-    const int64_t iz = v % rt.ndz, iy = v / rt.ndz % rt.ndy, ix = v / rt.ndz / rt.ndy;
-    return ((cache.along_x ? ix : 0) * rt.ndy + (cache.along_y ? iy : 0)) * rt.ndz +
-           (cache.along_z ? iz : 0);
-}
-
-static Position voxel_position(int64_t v)
-{
-    const int64_t iz = v % rt.ndz, iy = v / rt.ndz % rt.ndy, ix = v / rt.ndz / rt.ndy;
-    return {(double)ix * rt.dx_s + rt.x0_s, (double)iy * rt.dy_s + rt.y0_s,
-            (double)iz * rt.dz_s + rt.z0_s};
-}
-
-// Fills b->which for the voxels from first on, making the propagators that are not there yet.
-static void find_propagators(const SectorField &field, int64_t first, PropagatorCache *cache,
-                             Batch *b)
-{
-    if (!cache->holds_all && (int64_t)cache->slot.size() + b->count > cache->capacity)
-        cache->slot.clear();
-    const int known = (int)cache->slot.size();
-    int missing = 0;
-    for (int v = 0; v < b->count; v++) {
-        const auto [entry, added] =
-            cache->slot.try_emplace(voxel_key(*cache, first + v), known + missing);
-        if (added)
-            cache->missing.get()[missing++] = voxel_position(first + v);
-        b->which.get()[v] = entry->second;
-    }
-    SectorPropagators(field, cache->missing.get(), missing,
-                      cache->propagators.get() + known * b->size);
+    return {rt.ndx, rt.ndy, rt.ndz, rt.x0_s, rt.y0_s, rt.z0_s, rt.dx_s, rt.dy_s, rt.dz_s};
 }
 
 static void print_progress(int64_t voxel, int64_t voxels)
@@ -235,13 +178,22 @@ static const char *propagate_voxels(FILE *in, FILE *store, const SectorField &fi
 {
     Batch b;
     PropagatorCache cache;
-    if (!make_batch(&b, voxels) || !make_cache(&cache, b))
+    HistoryCache histories;
+    const VoxelGrid grid = grid_at_hand();
+    const Axes axes = axes_with_gradients();
+    if (!make_batch(&b, voxels) || !make_propagator_cache(grid, axes, b, &cache))
         return "Rotate3D: not enough memory";
+    rt.dm_along_x = rt.dm_along_x || axes.x;
+    rt.dm_along_y = rt.dm_along_y || axes.y;
+    rt.dm_along_z = rt.dm_along_z || axes.z;
+    make_history_cache(grid, {rt.dm_along_x, rt.dm_along_y, rt.dm_along_z}, b, &histories);
     for (int64_t first = 0; first < voxels; first += b.count) {
         const int64_t left = voxels - first;
         const bool whole = read_batch(in, (int)(left < b.capacity ? left : b.capacity), &b);
         find_propagators(field, first, &cache, &b);
+        find_histories(first, &histories, &b);
         RotateDensities(rt.n, cache.propagators.get(), b.which.get(), b.count, b.rho.get());
+        share_histories(&histories, &b);
         keep_last(b);
         for (int v = 0; v < b.count; v++) {
             if (!write_packed_matrix(store, rt.n, b.rho.get() + v * b.size))
@@ -292,11 +244,15 @@ static void rotate_3d_through_store(FilePtr in, int voxels)
     field.gz = rt.gz;
     field.offset = rt.statoff_s;
     field.low = {rt.x0_s, rt.y0_s, rt.z0_s};
-    field.high = voxel_position((int64_t)rt.ndx * rt.ndy * rt.ndz - 1);
+    field.high = voxel_position(grid_at_hand(), voxels - 1);
 
     const char *failure = "Rotate3D: failed to write store header";
     if (WriteBinFileHeader_status(store.get(), 0, rt.n, voxels) == BINFH_OK)
-        failure = propagate_voxels(in.get(), store.get(), field, voxels);
+        try {
+            failure = propagate_voxels(in.get(), store.get(), field, voxels);
+        } catch (const std::bad_alloc &) {
+            failure = "Rotate3D: not enough memory";
+        }
     in.reset();
     if (!failure && std::fflush(store.get()) != 0)
         failure = STORE_WRITE_ERROR;
@@ -331,6 +287,7 @@ void Rotate3D(void)
     const int voxels = (int)whole_grid;
     if (rt.calc == 0) {
         rt.ndw = voxels;
+        rt.dm_along_x = rt.dm_along_y = rt.dm_along_z = false;
         if (!initialise_dm_bin("Rotate3D")) {
             ConsolePause();
             return;

@@ -1,8 +1,8 @@
-// propagatorlib_vectors.h - vectors of WIDTH doubles. Only for the files that define WIDTH and are
+// vectors.h - vectors of WIDTH doubles. Only for the files that define WIDTH and are
 // compiled for one instruction set: nothing here may be shared between them by the linker.
 
-#ifndef ZAN_PROPAGATORLIB_VECTORS_H
-#define ZAN_PROPAGATORLIB_VECTORS_H
+#ifndef ZAN_VECTORS_H
+#define ZAN_VECTORS_H
 
 typedef double lanes_t __attribute__((vector_size(WIDTH * sizeof(double))));
 
