@@ -81,6 +81,7 @@ void SparseMult(int n, const SparseCMatrix *inmat1, const SparseCMatrix *inmat2,
                 SparseCMatrix *outmat);
 void SparseScale(int n, double rfac, SparseCMatrix *A);
 void SparseNorm(int n, SparseCMatrix *A); // to unit Frobenius norm; zero stays
+void SparseExpectationValue(int n, const SparseCMatrix *inmat, const CMatrix *dmat, Complex2 *Eval);
 void SparseToCMatrix(int n, const SparseCMatrix *A, CMatrix *outmat);
 void SparseAccumulate(int n, const SparseCMatrix *A, CMatrix *outmat); // outmat += A
 

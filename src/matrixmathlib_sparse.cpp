@@ -6,28 +6,36 @@
 // is +0.
 #include "matrixmathlib.h"
 
-#include <algorithm>
 #include <cmath>
 
 // ------------------------------------------------------------------------------ row by row
 
-// One row in the making: the columns that got a term, in the order of their first ones.
+// One row in the making.
 namespace
 {
 struct RowSum {
     int count;
-    int columns[MATRIXMATH_DIM];
+    int columns[MATRIXMATH_DIM]; // those that got a term, ascending
     bool started[MATRIXMATH_DIM];
     double re[MATRIXMATH_DIM], im[MATRIXMATH_DIM];
 };
 } // namespace
 
+static void start_column(int col, RowSum *sum)
+{
+    int at = sum->count++;
+    for (; at > 0 && sum->columns[at - 1] > col; at--) {
+        sum->columns[at] = sum->columns[at - 1];
+    }
+    sum->columns[at] = col;
+    sum->started[col] = true;
+    sum->re[col] = sum->im[col] = 0.0;
+}
+
 static void add_term(int col, double re, double im, RowSum *sum)
 {
     if (!sum->started[col]) {
-        sum->started[col] = true;
-        sum->columns[sum->count++] = col;
-        sum->re[col] = sum->im[col] = 0.0;
+        start_column(col, sum);
     }
     sum->re[col] += re;
     sum->im[col] += im;
@@ -36,7 +44,6 @@ static void add_term(int col, double re, double im, RowSum *sum)
 // The row becomes row i of outmat, and the sum is empty again.
 static void finish_row(int i, RowSum *sum, SparseCMatrix *outmat)
 {
-    std::sort(sum->columns, sum->columns + sum->count);
     SparseBeginRow(i, outmat);
     for (int c = 0; c < sum->count; c++) {
         const int col = sum->columns[c];
@@ -125,6 +132,25 @@ void SparseNorm(int n, SparseCMatrix *A)
 int SparseCount(int n, const SparseCMatrix *A)
 {
     return n < 1 ? 0 : A->first[n + 1];
+}
+
+void SparseExpectationValue(int n, const SparseCMatrix *inmat, const CMatrix *dmat, Complex2 *Eval)
+{
+    (*Eval)[COMPLEX_RE] = 0.0;
+    (*Eval)[COMPLEX_IM] = 0.0;
+    for (int i = 1; i <= n; i++) {
+        double sum_re = 0.0;
+        double sum_im = 0.0;
+        for (int e = inmat->first[i]; e < inmat->first[i + 1]; e++) {
+            const SparseElement &a = inmat->elements[e];
+            const double bre = (*dmat)[a.col][i][COMPLEX_RE];
+            const double bim = (*dmat)[a.col][i][COMPLEX_IM];
+            sum_re += a.re * bre - a.im * bim;
+            sum_im += a.im * bre + a.re * bim;
+        }
+        (*Eval)[COMPLEX_RE] += sum_re;
+        (*Eval)[COMPLEX_IM] += sum_im;
+    }
 }
 
 // ----------------------------------------------------------------------------- into a CMatrix
