@@ -100,9 +100,15 @@ std::unique_ptr<double[]> osc_zeros(size_t count)
 
 bool write_signal_trace(FILE *out, int signal_points, const double *sig_re, const double *sig_im)
 {
-    for (int k = 0; out && sig_re && sig_im && k < signal_points; k++) {
-        const double sample[2] = {finite_or_zero(sig_re[k]), finite_or_zero(sig_im[k])};
-        if (std::fwrite(sample, sizeof(double), 2, out) != 2)
+    const int at_once = 256;
+    double samples[at_once][2];
+    for (int k = 0; out && sig_re && sig_im && k < signal_points;) {
+        int count = 0;
+        for (; count < at_once && k < signal_points; count++, k++) {
+            samples[count][0] = finite_or_zero(sig_re[k]);
+            samples[count][1] = finite_or_zero(sig_im[k]);
+        }
+        if (std::fwrite(samples, sizeof samples[0], (size_t)count, out) != (size_t)count)
             return false;
     }
     return true;

@@ -151,7 +151,7 @@ TEST(SparseCMatrix, WithoutStatesThereIsNothing)
     fill_all(&actual, 7.0);
     SparseIdentity(0, &a);
     EXPECT_EQ(SparseCount(0, &a), 0);
-    EXPECT_EQ(SparseCount(-1, &a), 0);
+    EXPECT_EQ(SparseCount(-1000, &a), 0);
     SparseNorm(0, &a);
     SparseToCMatrix(0, &a, &actual);
     EXPECT_TRUE(outside_is(0, actual, 7.0));

@@ -433,6 +433,18 @@ TEST(MakeMatrixByElements, TheTableOfOtherSpins)
     expect_operators_by_elements(4, "negative entry");
 }
 
+// As many states as an int counts would overflow the distance of two rows.
+TEST(MakeMatrixByElements, AListThatNoTableHolds)
+{
+    std::fill(std::begin(Ilist), std::end(Ilist), 0);
+    fill_table(ket, 0);
+    Ilist[1] = ket[1][1] = ket[2][1] = 1;
+    Ilist[2] = ket[1][2] = 2147483647;
+    ket[2][2] = 2147483645;
+    MakeMatrixImin(Ilist, ket, 2, 1, &M);
+    EXPECT_EQ(maxabs_cmat(2, &M), 0.0);
+}
+
 TEST(MakeMatrix, SpinOneHalf)
 {
     make_system({1});
