@@ -83,17 +83,17 @@ model() # NAME SPIN_FILE SEQUENCE_FILE NDX NDY NDZ X0 Y0 Z0 DX DY DZ, cm
         "dx_cm: ${10}" "dy_cm: ${11}" "dz_cm: ${12}" "result_file: $1.bin" >"$1.zanmodel"
 }
 
-one_position='1 1 1 0 0 0 0 0 0'
+one_position=(1 1 1 0 0 0 0 0 0)
 
 for spins in 8 5; do
     name=fid-$spins-spins
     chain "$name" "$spins"
     fid "$name" $((spins == 8 ? 1024 : 4096))
-    model "$name" "$name.zanspin" "$name.zanseq" $one_position
+    model "$name" "$name.zanspin" "$name.zanseq" "${one_position[@]}"
 done
 chain cosy-3-spins 3
 cosy cosy-3-spins 128 512
-model cosy-3-spins cosy-3-spins.zanspin cosy-3-spins.zanseq $one_position
+model cosy-3-spins cosy-3-spins.zanspin cosy-3-spins.zanseq "${one_position[@]}"
 lactate=$root/spin-systems/lactate-3t.zanspin
 model slice-4-spins "$lactate" "$root/sequences/lactate-slice/lactate-slice.zanseq" \
     64 1 1 -1.575 0 0 0.05 0 0
