@@ -72,6 +72,18 @@ static void count_items(benchmark::State &state, int per_iteration, const char *
     state.SetLabel(what);
 }
 
+// The operators of the spin system, as at the start of every run.
+static void SpinSystem(benchmark::State &state)
+{
+    set_up_chain(static_cast<int>(state.range(0)));
+    for (auto _ : state) {
+        BuildSpinSystemFromPulseSequenceGlobals();
+        benchmark::DoNotOptimize(&rt);
+        benchmark::ClobberMemory();
+    }
+    count_items(state, 1, "spin systems");
+}
+
 static void DenseExponential(benchmark::State &state)
 {
     static CMatrix hamiltonian, result;
@@ -258,6 +270,7 @@ static void OptimizerObjective(benchmark::State &state)
     BENCHMARK(name)->Unit(benchmark::kMillisecond)->UseRealTime()->Arg(4)->Arg(16)->Arg(64);       \
     BENCHMARK(name)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Arg(256)
 
+FOR_ALL_SIZES(SpinSystem);
 FOR_ALL_SIZES(DenseExponential);
 FOR_ALL_SIZES(SectorPropagator);
 FOR_ALL_SIZES(SectorPropagatorPlain);

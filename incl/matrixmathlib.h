@@ -57,6 +57,34 @@ void ExpMatrix(int n, const CMatrix *inm, double tau, CMatrix *outm);
 // Real part, then imaginary part, to standard output.
 void ShowCMatElements(int n, const CMatrix *inmat);
 
+// ---- matrices with few elements (matrixmathlib_sparse.cpp) ----
+// Operators of a spin system are built from these lists. Outputs are none of the inputs. Results
+// are those of the CMatrix operations to the bit while all numbers are finite.
+struct SparseElement {
+    int col;
+    double re, im;
+};
+// Row i, 1..n, is elements[first[i]] to elements[first[i + 1] - 1], columns ascending; all else +0.
+struct SparseCMatrix {
+    int first[MATRIXMATH_DIM + 1];
+    SparseElement elements[(MATRIXMATH_DIM - 1) * (MATRIXMATH_DIM - 1)];
+};
+
+// Rows are begun in ascending order, columns appended in ascending order.
+void SparseBeginRow(int i, SparseCMatrix *A);
+void SparseAppend(int i, const SparseElement &element, SparseCMatrix *A);
+int SparseCount(int n, const SparseCMatrix *A); // elements listed
+void SparseIdentity(int n, SparseCMatrix *A);
+void SparseRMultAdd(int n, const SparseCMatrix *inmat1, double rfac1, const SparseCMatrix *inmat2,
+                    double rfac2, SparseCMatrix *outmat); // rfac1·inmat1 + rfac2·inmat2
+void SparseMult(int n, const SparseCMatrix *inmat1, const SparseCMatrix *inmat2,
+                SparseCMatrix *outmat);
+void SparseScale(int n, double rfac, SparseCMatrix *A);
+void SparseNorm(int n, SparseCMatrix *A); // to unit Frobenius norm; zero stays
+void SparseExpectationValue(int n, const SparseCMatrix *inmat, const CMatrix *dmat, Complex2 *Eval);
+void SparseToCMatrix(int n, const SparseCMatrix *A, CMatrix *outmat);
+void SparseAccumulate(int n, const SparseCMatrix *A, CMatrix *outmat); // outmat += A
+
 // ---- Hermitian eigensystems, n <= 64 (matrixmathlib_eigen.cpp) ----
 enum { HERMIT_MAX_N = 64, HERMIT_REAL_DIM = 128 };
 typedef double RealMatrix128[HERMIT_REAL_DIM][HERMIT_REAL_DIM]; // 0-based

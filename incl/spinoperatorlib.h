@@ -34,14 +34,19 @@ void InproductIplus(const SpinIList &Ilist, const SpinKet &ket, int Brastate, in
 void inproductImin(const SpinIList &Ilist, const SpinKet &ket, int Brastate, int Ketstate,
                    int Xspin, double *element1, double *element2);
 
-// ---- operators of one spin, n x n ----
+// ---- operators of one spin, as lists of their elements ----
+void ListIx(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin, SparseCMatrix *Ix);
+void ListIy(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin, SparseCMatrix *Iy);
+// Formed as [I+, I-]/2, so above spin 1/2 its diagonal carries the rounding of square roots.
+void ListIz(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin, SparseCMatrix *Iz);
+
+// ---- the same, n x n ----
 void MakeMatrixIplus(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin,
                      CMatrix *matrixIp);
 void MakeMatrixImin(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin,
                     CMatrix *matrixIm);
 void MakeMatrixIx(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin, CMatrix *matIx);
 void MakeMatrixIy(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin, CMatrix *matIy);
-// Formed as [I+, I-]/2, so above spin 1/2 its diagonal carries the rounding of square roots.
 void MakeMatrixIz(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin, CMatrix *matIz);
 
 // ---- sums over the spins; Norm = 1 scales each spin's term to unit Frobenius norm first ----

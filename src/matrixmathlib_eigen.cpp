@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <cstring>
 
 // -------------------------------------------------------------------- real symmetric matrices
 
@@ -160,9 +159,6 @@ static ColumnStore vecs_re, vecs_im;
 static void solve_embedding(int n, const CMatrix &A)
 {
     static RealMatrix128 M;
-    std::memset(evals, 0, sizeof evals);
-    std::memset(evecs, 0, sizeof evecs);
-    std::memset(M, 0, sizeof M);
     for (int i = 1; i <= n; i++) {
         for (int j = 1; j <= n; j++) {
             const double re = A[i][j][COMPLEX_RE];
@@ -246,8 +242,6 @@ void hermit(int n, const CMatrix *A, CMatrix *Z, double *D)
         return;
     }
     solve_embedding(n, *A);
-    std::memset(vecs_re, 0, sizeof vecs_re);
-    std::memset(vecs_im, 0, sizeof vecs_im);
     pair_off(n, D);
     for (int r = 1; r <= n; r++) {
         for (int col = 1; col <= n; col++) {

@@ -37,17 +37,17 @@ void print_legacy_spectrum_component_diagnostics(const char *label, const LineLi
 
 // ------------------------------------------------------------------ transverse expectations
 
-typedef void SpinOperatorBuilder(const SpinIList &, const SpinKet &, int, int, CMatrix *);
+typedef void SpinOperatorLister(const SpinIList &, const SpinKet &, int, int, SparseCMatrix *);
 
-static double unit_norm_expectation(SpinOperatorBuilder make, int spin, int n,
+static double unit_norm_expectation(SpinOperatorLister list, int spin, int n,
                                     const CMatrix *densmat, const SpinKet &ket,
                                     const SpinIList &Ilist)
 {
-    static CMatrix op;
+    static SparseCMatrix op;
     Complex2 value;
-    make(Ilist, ket, n, spin, &op);
-    NormCMatrix(n, &op);
-    ExpectationValue(n, &op, densmat, &value);
+    list(Ilist, ket, n, spin, &op);
+    SparseNorm(n, &op);
+    SparseExpectationValue(n, &op, densmat, &value);
     return value[COMPLEX_RE];
 }
 
@@ -61,8 +61,8 @@ void print_adc_start_transverse_expectations(int n, const CMatrix *densmat, cons
     const int spins = infer_nspins(Ilist);
     for (int k = 1; k <= spins; k++)
         std::printf("  %2d  % .12e  % .12e\n", k,
-                    unit_norm_expectation(MakeMatrixIx, k, n, densmat, ket, Ilist),
-                    unit_norm_expectation(MakeMatrixIy, k, n, densmat, ket, Ilist));
+                    unit_norm_expectation(ListIx, k, n, densmat, ket, Ilist),
+                    unit_norm_expectation(ListIy, k, n, densmat, ket, Ilist));
 }
 
 // ------------------------------------------------------------------ transitions

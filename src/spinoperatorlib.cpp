@@ -167,121 +167,213 @@ void inproductImin(const SpinIList &Ilist, const SpinKet &ket, int Brastate, int
     inner_product(Ilist, ket, lowered, coefficient, Brastate, Ketstate, element1, element2);
 }
 
-// --------------------------------------------------------------------- operators of one spin
+// ------------------------------------------------------- operators of one spin, as their elements
 
-// Column ketstate of a zeroed matrix: coefficient in the rows whose state is the one reached.
-static void set_column(int n, int Nspins, const SpinKet &ket, const int *reached,
-                       double coefficient, int ketstate, CMatrix *matrix)
+// The next ket in the order of MakeKets.
+static void step_down(const SpinIList &Ilist, int Nspins, int *m)
 {
-    for (int bra = 1; bra <= n; bra++) {
-        if (ket_equal(ket[bra], reached, Nspins)) {
-            (*matrix)[bra][ketstate][COMPLEX_RE] = coefficient;
+    int k = Nspins;
+    while (k > 1 && m[k] == -Ilist[k]) {
+        m[k] = Ilist[k];
+        k--;
+    }
+    m[k] -= 2;
+}
+
+static bool in_order_of_MakeKets(const SpinIList &Ilist, const SpinKet &ket, int n, int Nspins)
+{
+    int m[MAX_SPINS + 1];
+    std::memcpy(m, Ilist, sizeof m);
+    if (infer_nstates(Ilist, Nspins) < n) {
+        return false;
+    }
+    for (int i = 1; i <= n; i++) {
+        if (!ket_equal(ket[i], m, Nspins)) {
+            return false;
+        }
+        step_down(Ilist, Nspins, m);
+    }
+    return true;
+}
+
+// How many rows a ket lies before the one lowered from it by Xspin; 0 when that is not known, as
+// in a table that MakeKets did not make.
+static int rows_per_step(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin)
+{
+    const int Nspins = infer_nspins(Ilist);
+    if (Xspin > Nspins || !in_order_of_MakeKets(Ilist, ket, n, Nspins)) {
+        return 0;
+    }
+    int rows = 1;
+    for (int k = Xspin + 1; k <= Nspins; k++) {
+        rows *= Ilist[k] + 1;
+    }
+    return rows;
+}
+
+// Row i: the columns j whose moved ket is ket i. With a known distance only one can be.
+static void list_row(int n, int Nspins, const SpinKet &ket, const SpinKet &moved,
+                     const double *coefficient, int i, int distance, SparseCMatrix *list)
+{
+    const int from = distance == 0 ? 1 : i + distance, to = distance == 0 ? n : i + distance;
+    SparseBeginRow(i, list);
+    for (int j = from < 1 ? 1 : from; j <= to && j <= n; j++) {
+        if (coefficient[j] > 0.0 && ket_equal(ket[i], moved[j], Nspins)) {
+            SparseAppend(i, {j, coefficient[j], 0.0}, list);
         }
     }
 }
 
 // The elements are those of InproductIplus, but each ket is raised once, not once per bra.
+static void list_Iplus(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin, int rows,
+                       SparseCMatrix *Ip)
+{
+    static SpinKet raised;
+    double coefficient[MATRIXMATH_DIM];
+    for (int j = 1; j <= n; j++) {
+        operateIplus(Ilist, j, Xspin, ket, raised, &coefficient[j]);
+    }
+    const int Nspins = infer_nspins(Ilist);
+    for (int i = 1; i <= n; i++) {
+        list_row(n, Nspins, ket, raised, coefficient, i, rows, Ip);
+    }
+}
+
+static void list_Imin(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin, int rows,
+                      SparseCMatrix *Im)
+{
+    static SpinKet lowered;
+    double coefficient[MATRIXMATH_DIM];
+    for (int j = 1; j <= n; j++) {
+        operateImin(Ilist, j, Xspin, ket, lowered, &coefficient[j]);
+    }
+    const int Nspins = infer_nspins(Ilist);
+    for (int i = 1; i <= n; i++) {
+        list_row(n, Nspins, ket, lowered, coefficient, i, -rows, Im);
+    }
+}
+
+// I+ and I- of a spin.
+namespace
+{
+struct Ladder {
+    SparseCMatrix plus, minu;
+};
+} // namespace
+
+static const Ladder &list_ladder(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin)
+{
+    static Ladder ladder;
+    const int rows = rows_per_step(Ilist, ket, n, Xspin);
+    list_Iplus(Ilist, ket, n, Xspin, rows, &ladder.plus);
+    list_Imin(Ilist, ket, n, Xspin, rows, &ladder.minu);
+    return ladder;
+}
+
+void ListIx(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin, SparseCMatrix *Ix)
+{
+    const Ladder &ladder = list_ladder(Ilist, ket, n, Xspin);
+    SparseRMultAdd(n, &ladder.plus, 0.5, &ladder.minu, 0.5, Ix);
+}
+
+// (I+ - I-)/(2i)
+void ListIy(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin, SparseCMatrix *Iy)
+{
+    const Ladder &ladder = list_ladder(Ilist, ket, n, Xspin);
+    SparseRMultAdd(n, &ladder.minu, 0.5, &ladder.plus, -0.5, Iy);
+    for (int e = 0; e < SparseCount(n, Iy); e++) {
+        Iy->elements[e].im = Iy->elements[e].re;
+        Iy->elements[e].re = 0.0;
+    }
+}
+
+void ListIz(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin, SparseCMatrix *Iz)
+{
+    static SparseCMatrix up_last, down_last;
+    const Ladder &ladder = list_ladder(Ilist, ket, n, Xspin);
+    SparseMult(n, &ladder.plus, &ladder.minu, &up_last);
+    SparseMult(n, &ladder.minu, &ladder.plus, &down_last);
+    SparseRMultAdd(n, &up_last, 0.5, &down_last, -0.5, Iz);
+}
+
+// --------------------------------------------------------------------- operators of one spin
+
 void MakeMatrixIplus(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin,
                      CMatrix *matrixIp)
 {
-    static SpinKet raised;
-    const int Nspins = infer_nspins(Ilist);
-    double coefficient;
-    CMatZero(n, matrixIp);
-    for (int j = 1; j <= n; j++) {
-        operateIplus(Ilist, j, Xspin, ket, raised, &coefficient);
-        set_column(n, Nspins, ket, raised[j], coefficient, j, matrixIp);
-    }
+    static SparseCMatrix list;
+    list_Iplus(Ilist, ket, n, Xspin, rows_per_step(Ilist, ket, n, Xspin), &list);
+    SparseToCMatrix(n, &list, matrixIp);
 }
 
 void MakeMatrixImin(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin, CMatrix *matrixIm)
 {
-    static SpinKet lowered;
-    const int Nspins = infer_nspins(Ilist);
-    double coefficient;
-    CMatZero(n, matrixIm);
-    for (int j = 1; j <= n; j++) {
-        operateImin(Ilist, j, Xspin, ket, lowered, &coefficient);
-        set_column(n, Nspins, ket, lowered[j], coefficient, j, matrixIm);
-    }
+    static SparseCMatrix list;
+    list_Imin(Ilist, ket, n, Xspin, rows_per_step(Ilist, ket, n, Xspin), &list);
+    SparseToCMatrix(n, &list, matrixIm);
 }
 
 void MakeMatrixIx(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin, CMatrix *matIx)
 {
-    static CMatrix plus, minu;
-    MakeMatrixIplus(Ilist, ket, n, Xspin, &plus);
-    MakeMatrixImin(Ilist, ket, n, Xspin, &minu);
-    for (int i = 1; i <= n; i++) {
-        for (int j = 1; j <= n; j++) {
-            (*matIx)[i][j][COMPLEX_RE] = 0.5 * (plus[i][j][COMPLEX_RE] + minu[i][j][COMPLEX_RE]);
-            (*matIx)[i][j][COMPLEX_IM] = 0.0;
-        }
-    }
+    static SparseCMatrix list;
+    ListIx(Ilist, ket, n, Xspin, &list);
+    SparseToCMatrix(n, &list, matIx);
 }
 
-// (I+ - I-)/(2i)
 void MakeMatrixIy(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin, CMatrix *matIy)
 {
-    static CMatrix plus, minu;
-    MakeMatrixIplus(Ilist, ket, n, Xspin, &plus);
-    MakeMatrixImin(Ilist, ket, n, Xspin, &minu);
-    for (int i = 1; i <= n; i++) {
-        for (int j = 1; j <= n; j++) {
-            (*matIy)[i][j][COMPLEX_RE] = 0.0;
-            (*matIy)[i][j][COMPLEX_IM] = 0.5 * (minu[i][j][COMPLEX_RE] - plus[i][j][COMPLEX_RE]);
-        }
-    }
+    static SparseCMatrix list;
+    ListIy(Ilist, ket, n, Xspin, &list);
+    SparseToCMatrix(n, &list, matIy);
 }
 
 void MakeMatrixIz(const SpinIList &Ilist, const SpinKet &ket, int n, int Xspin, CMatrix *matIz)
 {
-    static CMatrix plus, minu;
-    MakeMatrixIplus(Ilist, ket, n, Xspin, &plus);
-    MakeMatrixImin(Ilist, ket, n, Xspin, &minu);
-    CMatCommutator(n, &plus, &minu, matIz);
-    RMultCMat(n, 0.5, matIz, matIz);
+    static SparseCMatrix list;
+    ListIz(Ilist, ket, n, Xspin, &list);
+    SparseToCMatrix(n, &list, matIz);
 }
 
 // ---------------------------------------------------------------------- sums over the spins
 
 // total += term, scaled to unit norm first when Norm is 1.
-static void add_term(int n, int Norm, CMatrix *term, CMatrix *total)
+static void add_term(int n, int Norm, SparseCMatrix *term, CMatrix *total)
 {
     if (Norm == 1) {
-        NormCMatrix(n, term);
+        SparseNorm(n, term);
     }
-    CMatAdd(n, term, total, total);
+    SparseAccumulate(n, term, total);
 }
 
 void MakeTotalIx(int n, int Nspins, const SpinKet &ket, const SpinIList &Ilist, int Norm,
                  CMatrix *Ixtot)
 {
-    static CMatrix store;
+    static SparseCMatrix term;
     CMatZero(n, Ixtot);
     for (int k = 1; k <= Nspins; k++) {
-        MakeMatrixIx(Ilist, ket, n, k, &store);
-        add_term(n, Norm, &store, Ixtot);
+        ListIx(Ilist, ket, n, k, &term);
+        add_term(n, Norm, &term, Ixtot);
     }
 }
 
 void MakeTotalIy(int n, int Nspins, const SpinKet &ket, const SpinIList &Ilist, int Norm,
                  CMatrix *Iytot)
 {
-    static CMatrix store;
+    static SparseCMatrix term;
     CMatZero(n, Iytot);
     for (int k = 1; k <= Nspins; k++) {
-        MakeMatrixIy(Ilist, ket, n, k, &store);
-        add_term(n, Norm, &store, Iytot);
+        ListIy(Ilist, ket, n, k, &term);
+        add_term(n, Norm, &term, Iytot);
     }
 }
 
 void MakeTotalIz(int n, int Nspins, const SpinKet &ket, const SpinIList &Ilist, int Norm,
                  CMatrix *Iztot)
 {
-    static CMatrix store;
+    static SparseCMatrix term;
     CMatZero(n, Iztot);
     for (int k = 1; k <= Nspins; k++) {
-        MakeMatrixIz(Ilist, ket, n, k, &store);
-        add_term(n, Norm, &store, Iztot);
+        ListIz(Ilist, ket, n, k, &term);
+        add_term(n, Norm, &term, Iztot);
     }
 }

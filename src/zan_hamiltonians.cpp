@@ -23,49 +23,53 @@ void Complex2FromReal(double v, Complex2 out)
 
 void MakeGradientOperator(void)
 {
-    static CMatrix Iz;
     if (rt.n < 1 || rt.Nspins < 1) {
         std::fprintf(stderr, "MakeGradientOperator: spin system not set up (n=%d, Nspins=%d)\n",
                      rt.n, rt.Nspins);
         return;
     }
-    CMatZero(rt.n, &rt.Izgrad);
-    for (int k = 1; k <= rt.Nspins; k++) {
-        MakeMatrixIz(rt.Ilist, rt.ket, rt.n, k, &Iz);
-        AccumulateCMat(rt.n, &Iz, &rt.Izgrad);
+    MakeTotalIz(rt.n, rt.Nspins, rt.ket, rt.Ilist, 0, &rt.Izgrad);
+}
+
+// sum += factor·op. A factor that is no number also spreads to the elements that are zero.
+static void add_scaled(double factor, SparseCMatrix *op, CMatrix *sum)
+{
+    static CMatrix dense;
+    if (std::isfinite(factor)) {
+        SparseScale(rt.n, factor, op);
+        SparseAccumulate(rt.n, op, sum);
+        return;
     }
+    SparseToCMatrix(rt.n, op, &dense);
+    RMultCMat(rt.n, factor, &dense, &dense);
+    AccumulateCMat(rt.n, &dense, sum);
 }
 
 void zan_add_polarisation(int k, double weight)
 {
-    static CMatrix Iz;
-    Complex2 w;
-    Complex2FromReal(weight, w);
-    MakeMatrixIz(rt.Ilist, rt.ket, rt.n, k, &Iz);
-    NormCMatrix(rt.n, &Iz);
-    CMultCMat(rt.n, &w, &Iz, &Iz);
-    AccumulateCMat(rt.n, &Iz, &rt.densmat);
+    static SparseCMatrix Iz;
+    ListIz(rt.Ilist, rt.ket, rt.n, k, &Iz);
+    SparseNorm(rt.n, &Iz);
+    add_scaled(weight, &Iz, &rt.densmat);
 }
 
 void zan_add_offset(int k, double nu)
 {
-    static CMatrix Iz;
-    MakeMatrixIz(rt.Ilist, rt.ket, rt.n, k, &Iz);
-    RMultCMat(rt.n, 2.0 * PI_CONST * nu, &Iz, &Iz);
-    AccumulateCMat(rt.n, &Iz, &rt.Izee);
+    static SparseCMatrix Iz;
+    ListIz(rt.Ilist, rt.ket, rt.n, k, &Iz);
+    add_scaled(2.0 * PI_CONST * nu, &Iz, &rt.Izee);
 }
 
-typedef void SpinOperatorBuilder(const SpinIList &, const SpinKet &, int, int, CMatrix *);
+typedef void SpinOperatorLister(const SpinIList &, const SpinKet &, int, int, SparseCMatrix *);
 
-// Icoup += omega·A_i·A_j, A the operator that make builds
-static void add_product(SpinOperatorBuilder make, int i, int j, double omega)
+// Icoup += omega·A_i·A_j, A the operator that list gives
+static void add_product(SpinOperatorLister list, int i, int j, double omega)
 {
-    static CMatrix first, second;
-    make(rt.Ilist, rt.ket, rt.n, i, &first);
-    make(rt.Ilist, rt.ket, rt.n, j, &second);
-    CMatMult(rt.n, &first, &second, &first);
-    RMultCMat(rt.n, omega, &first, &first);
-    AccumulateCMat(rt.n, &first, &rt.Icoup);
+    static SparseCMatrix first, second, product;
+    list(rt.Ilist, rt.ket, rt.n, i, &first);
+    list(rt.Ilist, rt.ket, rt.n, j, &second);
+    SparseMult(rt.n, &first, &second, &product);
+    add_scaled(omega, &product, &rt.Icoup);
 }
 
 void zan_add_coupling(int i, int j, double J, bool weak)
@@ -74,10 +78,10 @@ void zan_add_coupling(int i, int j, double J, bool weak)
     if (omega == 0.0)
         return;
     if (!weak) {
-        add_product(MakeMatrixIx, i, j, omega);
-        add_product(MakeMatrixIy, i, j, omega);
+        add_product(ListIx, i, j, omega);
+        add_product(ListIy, i, j, omega);
     }
-    add_product(MakeMatrixIz, i, j, omega);
+    add_product(ListIz, i, j, omega);
 }
 
 void zan_build_transverse_totals(int norm)

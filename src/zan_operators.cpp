@@ -7,6 +7,7 @@
 
 #include <cctype>
 #include <cstring>
+#include <utility>
 
 static const char spin_labels[] = "ISTUVWABCDEFGHIJKLMNOPQRSTUVWXYZ";
 
@@ -108,28 +109,38 @@ void make_identity_operator(int n, CMatrix *out)
     CMatIdentity(n, out);
 }
 
+// The factor of a spin. False when the spin has none.
+static bool list_factor(char axis, int n, int k, const SpinIList &Ilist, const SpinKet &ket,
+                        SparseCMatrix *factor)
+{
+    switch (axis) {
+    case 'x':
+        ListIx(Ilist, ket, n, k, factor);
+        return true;
+    case 'y':
+        ListIy(Ilist, ket, n, k, factor);
+        return true;
+    case 'z':
+        ListIz(Ilist, ket, n, k, factor);
+        return true;
+    default:
+        return false;
+    }
+}
+
 void create_norm_operator_spinhalf(int n, int N, const SpinIList &Ilist, const SpinKet &ket,
                                    const char *symbols, CMatrix *out)
 {
-    static CMatrix factor;
-    make_identity_operator(n, out);
-    for (int k = 1; k <= N; k++) {
-        switch (symbols[k - 1]) {
-        case 'x':
-            MakeMatrixIx(Ilist, ket, n, k, &factor);
-            break;
-        case 'y':
-            MakeMatrixIy(Ilist, ket, n, k, &factor);
-            break;
-        case 'z':
-            MakeMatrixIz(Ilist, ket, n, k, &factor);
-            break;
-        default:
-            continue;
+    static SparseCMatrix factor, products[2];
+    SparseCMatrix *product = &products[0], *longer = &products[1];
+    SparseIdentity(n, product);
+    for (int k = 1; k <= N; k++)
+        if (list_factor(symbols[k - 1], n, k, Ilist, ket, &factor)) {
+            SparseMult(n, product, &factor, longer);
+            std::swap(product, longer);
         }
-        CMatMult(n, out, &factor, out);
-    }
-    NormCMatrix(n, out);
+    SparseNorm(n, product);
+    SparseToCMatrix(n, product, out);
 }
 
 static bool all_spins_are_half(int N, const SpinIList &Ilist)

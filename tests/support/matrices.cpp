@@ -1,6 +1,7 @@
 // matrices.cpp - seeded matrices and comparisons for the tests of the numeric modules.
 #include "matrices.h"
 
+#include <cstring>
 #include <random>
 
 void fill_all(CMatrix *A, double value)
@@ -83,4 +84,9 @@ bool same_elements(int n, const CMatrix &A, const CMatrix &B)
         }
     }
     return true;
+}
+
+bool same_bits(const CMatrix &A, const CMatrix &B)
+{
+    return std::memcmp(&A, &B, sizeof A) == 0;
 }

@@ -17,5 +17,6 @@ double largest_difference(int n, const CMatrix &A, const CMatrix &B);
 double distance_from_identity(int n, const CMatrix &A);
 double distance_from_unitary(int n, const CMatrix &A);         // of A†·A from the identity
 bool same_elements(int n, const CMatrix &A, const CMatrix &B); // equal numbers
+bool same_bits(const CMatrix &A, const CMatrix &B);            // of all 257 rows
 
 #endif

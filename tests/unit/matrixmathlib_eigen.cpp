@@ -330,6 +330,21 @@ TEST(Hermit, CloseEigenvaluesAreReportedAsOne)
     EXPECT_EQ(D[2], 1.0 + 3.1e-9);
 }
 
+TEST(Hermit, NothingIsLeftOfALargerMatrix)
+{
+    static CMatrix first, second;
+    double first_D[MATRIXMATH_DIM] = {}, second_D[MATRIXMATH_DIM] = {};
+    for (int n : {1, 2, 3, 8}) {
+        random_hermitian(n, 30, &A);
+        hermit(n, &A, &first, first_D);
+        random_hermitian(HERMIT_MAX_N, 31, &H);
+        hermit(HERMIT_MAX_N, &H, &Z, D);
+        hermit(n, &A, &second, second_D);
+        EXPECT_TRUE(same_bits(first, second)) << n;
+        EXPECT_TRUE(std::equal(first_D, first_D + n + 1, second_D)) << n;
+    }
+}
+
 TEST(Hermit, DimensionZeroDoesNothing)
 {
     fill_all(&Z, 7.0);

@@ -293,6 +293,24 @@ TEST_F(Observables, OneEigenbasisSampleIsTakenAtTheStart)
     EXPECT_NEAR(im, 0.5, 1e-15);
 }
 
+TEST_F(Observables, ATraceOfAnyLengthIsWrittenWhole)
+{
+    for (const int points : {1, 255, 256, 257, 1000}) {
+        std::vector<double> re, im, expected;
+        for (int k = 0; k < points; k++) {
+            re.push_back(k + 0.25);
+            im.push_back(-k - 0.5);
+            expected.insert(expected.end(), {k + 0.25, -k - 0.5});
+        }
+        FILE *out = std::fopen("trace", "wb");
+        EXPECT_TRUE(write_signal_trace(out, points, re.data(), im.data()));
+        std::fclose(out);
+        EXPECT_EQ(read_text("trace"), std::string(reinterpret_cast<const char *>(expected.data()),
+                                                  expected.size() * sizeof(double)))
+            << points;
+    }
+}
+
 TEST_F(Observables, ATraceIsWrittenWithoutWhatIsNoNumber)
 {
     const double re[] = {1.0, std::nan(""), 3.0}, im[] = {-1.0, 2.0, HUGE_VAL};

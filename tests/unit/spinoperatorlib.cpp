@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -287,6 +288,161 @@ TEST(MakeMatrix, LadderMatricesEqualTheElementFunctionsToTheBit)
             EXPECT_TRUE(outside_is(n, M, 7.0));
         }
     }
+}
+
+// ------------------------------------------------------------ the matrices, element by element
+
+// The operators by the element functions and whole matrices alone.
+enum Operator { I_PLUS, I_MINUS, I_X, I_Y, I_Z };
+
+void ladder_by_elements(int n, int spin)
+{
+    for (int i = 1; i <= n; i++) {
+        for (int j = 1; j <= n; j++) {
+            InproductIplus(Ilist, ket, i, j, spin, &P[i][j][1], &P[i][j][2]);
+            inproductImin(Ilist, ket, i, j, spin, &M[i][j][1], &M[i][j][2]);
+        }
+    }
+}
+
+// From P and M.
+void operator_by_elements(Operator op, int n, CMatrix *out)
+{
+    if (op == I_Z) {
+        CMatCommutator(n, &P, &M, out);
+        RMultCMat(n, 0.5, out, out);
+        return;
+    }
+    for (int i = 1; i <= n; i++) {
+        for (int j = 1; j <= n; j++) {
+            const double up = P[i][j][COMPLEX_RE], down = M[i][j][COMPLEX_RE];
+            double *const re = &(*out)[i][j][COMPLEX_RE], *const im = &(*out)[i][j][COMPLEX_IM];
+            *re = op == I_PLUS ? up : op == I_MINUS ? down : op == I_X ? 0.5 * (up + down) : 0.0;
+            *im = op == I_Y ? 0.5 * (down - up) : 0.0;
+        }
+    }
+}
+
+void make_operator(Operator op, int n, int spin, CMatrix *out)
+{
+    typedef void Builder(const SpinIList &, const SpinKet &, int, int, CMatrix *);
+    Builder *const builders[] = {MakeMatrixIplus, MakeMatrixImin, MakeMatrixIx, MakeMatrixIy,
+                                 MakeMatrixIz};
+    builders[op](Ilist, ket, n, spin, out);
+}
+
+// All operators of all spins and the totals of the table at hand.
+void expect_operators_by_elements(int n, const std::string &what)
+{
+    typedef void Total(int, int, const SpinKet &, const SpinIList &, int, CMatrix *);
+    Total *const total[] = {MakeTotalIx, MakeTotalIy, MakeTotalIz};
+    static CMatrix sum[2][3];
+    const int spins = infer_nspins(Ilist);
+    for (auto &sums : sum) {
+        for (CMatrix &S : sums) {
+            fill_all(&S, 7.0);
+            CMatZero(n, &S);
+        }
+    }
+    for (int spin = 1; spin <= spins; spin++) {
+        ladder_by_elements(n, spin);
+        for (Operator op : {I_PLUS, I_MINUS, I_X, I_Y, I_Z}) {
+            fill_all(&X, 7.0);
+            fill_all(&Y, 7.0);
+            operator_by_elements(op, n, &X);
+            make_operator(op, n, spin, &Y);
+            EXPECT_TRUE(same_bits(X, Y)) << what << " spin " << spin << " operator " << op;
+            if (op >= I_X) {
+                CMatAdd(n, &X, &sum[0][op - I_X], &sum[0][op - I_X]);
+                NormCMatrix(n, &X);
+                CMatAdd(n, &X, &sum[1][op - I_X], &sum[1][op - I_X]);
+            }
+        }
+    }
+    for (int Norm : {0, 1}) {
+        for (int axis = 0; axis < 3; axis++) {
+            fill_all(&Y, 7.0);
+            total[axis](n, spins, ket, Ilist, Norm, &Y);
+            EXPECT_TRUE(same_bits(sum[Norm][axis], Y)) << what << " total " << axis << Norm;
+        }
+    }
+}
+
+const std::vector<std::vector<int>> mixed_systems = {
+    {1},          {2},     {3},          {4},          {5},          {6},
+    {7},          {1, 1},  {1, 0, 1},    {3, 1, 2},    {7, 6, 1},    {2, 7, 3},
+    {0, 2},       {5, 4},  {2, 2, 2, 2}, {1, 2, 3, 4}, {4, 0, 0, 1}, {7, 1, 0, 1, 2},
+    {1, 1, 1, 5}, {63, 1},
+};
+
+TEST(MakeMatrixByElements, SystemsOfMixedSpins)
+{
+    for (const auto &system : mixed_systems) {
+        const int n = make_system(system);
+        expect_operators_by_elements(n, testing::PrintToString(system));
+    }
+}
+
+TEST(MakeMatrixByElements, EightSpinsOneHalf)
+{
+    const int n = make_system({1, 1, 1, 1, 1, 1, 1, 1});
+    expect_operators_by_elements(n, "eight spins 1/2");
+}
+
+TEST(MakeMatrixByElements, FewerStatesThanTheTableHas)
+{
+    make_system({2, 1, 3});
+    for (int n : {0, 1, 2, 5, 23}) {
+        expect_operators_by_elements(n, "n=" + std::to_string(n));
+    }
+}
+
+// The states need not stand in the order of MakeKets, nor be those of the spins, nor differ.
+TEST(MakeMatrixByElements, TablesThatMakeKetsDidNotMake)
+{
+    unsigned seed = 1;
+    for (const auto &system : mixed_systems) {
+        const int n = std::min(make_system(system), 48);
+        std::mt19937 engine(seed++);
+        std::shuffle(&ket[1], &ket[n + 1], engine);
+        expect_operators_by_elements(n, "shuffled " + testing::PrintToString(system));
+        std::copy(ket[1], ket[1] + 9, ket[n]);
+        expect_operators_by_elements(n, "repeated " + testing::PrintToString(system));
+        for (int i = 1; i <= n; i++) {
+            ket[i][1 + engine() % 8] += static_cast<int>(engine() % 5) - 2;
+        }
+        expect_operators_by_elements(n, "strange " + testing::PrintToString(system));
+        fill_table(ket, 0);
+        expect_operators_by_elements(n, "zero " + testing::PrintToString(system));
+        make_system(system);
+        ket[n][infer_nspins(Ilist)] += 2;
+        expect_operators_by_elements(n, "last one changed " + testing::PrintToString(system));
+    }
+}
+
+// Nothing but the list says how the rows lie: a table made for other spins.
+TEST(MakeMatrixByElements, TheTableOfOtherSpins)
+{
+    make_system({3, 1});
+    Ilist[1] = 1;
+    Ilist[2] = 3;
+    expect_operators_by_elements(8, "3/2 and 1/2 exchanged");
+    make_system({1, 1});
+    Ilist[2] = -1;
+    Ilist[3] = 1;
+    expect_operators_by_elements(4, "negative entry");
+}
+
+// As many states as an int counts would overflow the distance of two rows.
+TEST(MakeMatrixByElements, AListThatNoTableHolds)
+{
+    std::fill(std::begin(Ilist), std::end(Ilist), 0);
+    fill_table(ket, 0);
+    Ilist[1] = ket[1][1] = ket[2][1] = 1;
+    Ilist[2] = ket[1][2] = 2147483647;
+    ket[2][2] = 2147483645;
+    MakeMatrixImin(Ilist, ket, 2, 1, &M);
+    EXPECT_EQ(maxabs_cmat(2, &M), 0.0);
 }
 
 TEST(MakeMatrix, SpinOneHalf)

@@ -1,8 +1,10 @@
 // zan_hamiltonians.cpp - the operators built silently from the values in the runtime state.
 
 #include "engine_fixture.h"
+#include "matrices.h"
 
 #include <cmath>
+#include <limits>
 
 using Hamiltonians = EngineTest;
 
@@ -44,7 +46,101 @@ void expect_iz_sum(const CMatrix &actual, const std::vector<double> &weights, bo
     expect_expected(actual, what);
 }
 
+// The operators in rt by whole matrices alone.
+struct WholeMatrices {
+    CMatrix densmat, Izee, Icoup, Izgrad, Iztot, Ixtot, Iytot;
+};
+
+typedef void SpinOperatorBuilder(const SpinIList &, const SpinKet &, int, int, CMatrix *);
+
+void add_coupling(SpinOperatorBuilder make, int i, int j, CMatrix *sum)
+{
+    static CMatrix first, second;
+    make(rt.Ilist, rt.ket, rt.n, i, &first);
+    make(rt.Ilist, rt.ket, rt.n, j, &second);
+    CMatMult(rt.n, &first, &second, &first);
+    RMultCMat(rt.n, TWO_PI * rt.jc[i][j], &first, &first);
+    CMatAdd(rt.n, &first, sum, sum);
+}
+
+void add_spin(int k, WholeMatrices *w)
+{
+    const Complex2 weight = {0.0, rt.relspinamp[k], 0.0};
+    MakeMatrixIz(rt.Ilist, rt.ket, rt.n, k, &op);
+    CMatAdd(rt.n, &op, &w->Izgrad, &w->Izgrad);
+    CMatAdd(rt.n, &op, &w->Iztot, &w->Iztot);
+    RMultCMat(rt.n, TWO_PI * rt.resofreqs[k], &op, &term);
+    CMatAdd(rt.n, &term, &w->Izee, &w->Izee);
+    NormCMatrix(rt.n, &op);
+    CMultCMat(rt.n, &weight, &op, &op);
+    CMatAdd(rt.n, &op, &w->densmat, &w->densmat);
+    MakeMatrixIx(rt.Ilist, rt.ket, rt.n, k, &op);
+    CMatAdd(rt.n, &op, &w->Ixtot, &w->Ixtot);
+    MakeMatrixIy(rt.Ilist, rt.ket, rt.n, k, &op);
+    CMatAdd(rt.n, &op, &w->Iytot, &w->Iytot);
+}
+
+const WholeMatrices &whole_matrices(void)
+{
+    static WholeMatrices w;
+    for (CMatrix *m : {&w.densmat, &w.Izee, &w.Icoup, &w.Izgrad, &w.Iztot, &w.Ixtot, &w.Iytot}) {
+        fill_all(m, 7.0);
+        CMatZero(rt.n, m);
+    }
+    for (int i = 1; i <= rt.Nspins; i++) {
+        add_spin(i, &w);
+        for (int j = i + 1; j <= rt.Nspins; j++) {
+            if (rt.jc[i][j] == 0.0)
+                continue;
+            if (rt.Jexact != 1) {
+                add_coupling(MakeMatrixIx, i, j, &w.Icoup);
+                add_coupling(MakeMatrixIy, i, j, &w.Icoup);
+            }
+            add_coupling(MakeMatrixIz, i, j, &w.Icoup);
+        }
+    }
+    return w;
+}
+
+void expect_whole_matrices(const SpinSystem &system, const std::string &what)
+{
+    for (CMatrix *m :
+         {&rt.densmat, &rt.Izee, &rt.Icoup, &rt.Izgrad, &rt.Iztot, &rt.Ixtot, &rt.Iytot})
+        fill_all(m, 7.0);
+    build_spins(system);
+    const WholeMatrices &w = whole_matrices();
+    EXPECT_TRUE(same_bits(rt.densmat, w.densmat)) << what;
+    EXPECT_TRUE(same_bits(rt.Izee, w.Izee)) << what;
+    EXPECT_TRUE(same_bits(rt.Icoup, w.Icoup)) << what;
+    EXPECT_TRUE(same_bits(rt.Izgrad, w.Izgrad)) << what;
+    EXPECT_TRUE(same_bits(rt.Iztot, w.Iztot)) << what;
+    EXPECT_TRUE(same_bits(rt.Ixtot, w.Ixtot)) << what;
+    EXPECT_TRUE(same_bits(rt.Iytot, w.Iytot)) << what;
+}
+
 } // namespace
+
+TEST_F(Hamiltonians, EqualThoseOfWholeMatricesToTheBit)
+{
+    std::mt19937 random(11);
+    for (const std::vector<int> &two_i : std::vector<std::vector<int>>{
+             {1}, {7}, {1, 1}, {2, 3}, {7, 6}, {1, 0, 1}, {5, 1, 4}, {1, 1, 1, 1, 1}, {2, 2, 2, 3}})
+        for (const int mode : {1, 2})
+            expect_whole_matrices(random_spins(random, two_i, mode), testing::PrintToString(two_i));
+    expect_whole_matrices(random_spins(random, std::vector<int>(8, 1), 2), "eight spins 1/2");
+}
+
+// What is no number spreads to the elements that are zero otherwise.
+TEST_F(Hamiltonians, ValuesThatAreNoNumbersEqualThoseOfWholeMatrices)
+{
+    const double inf = std::numeric_limits<double>::infinity(), nan = std::nan("");
+    for (const double odd : {inf, -inf, nan, 1e308, 1e-320, -0.0}) {
+        const std::string what = std::to_string(odd);
+        expect_whole_matrices({{1, 2}, {odd, 1.0}}, what);
+        expect_whole_matrices({{1, 2}, {1.0, 1.0}, {3.0, odd}}, what);
+        expect_whole_matrices({{1, 2, 1}, {}, {}, 2, {{1, 2, odd}, {2, 3, 4.0}}}, what);
+    }
+}
 
 TEST_F(Hamiltonians, OneSpinHalfHasTwoStatesAndNoCoupling)
 {

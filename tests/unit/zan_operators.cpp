@@ -1,6 +1,7 @@
 // zan_operators.cpp - the expression language of observables, accepted and refused texts.
 
 #include "engine_fixture.h"
+#include "matrices.h"
 
 #include <cmath>
 #include <cstring>
@@ -100,6 +101,22 @@ int build(const char *text)
     return create_operator_expression_spinhalf(rt.n, rt.Nspins, rt.Ilist, rt.ket, text, &op);
 }
 
+// The same by whole matrices alone.
+void multiply_whole_matrices(int spins, const char *symbols, CMatrix *out)
+{
+    static CMatrix factor;
+    make_identity_operator(rt.n, out);
+    for (int k = 1; k <= spins; k++) {
+        const char axis = symbols[k - 1];
+        if (axis == 'e')
+            continue;
+        const auto make = axis == 'x' ? MakeMatrixIx : axis == 'y' ? MakeMatrixIy : MakeMatrixIz;
+        make(rt.Ilist, rt.ket, rt.n, k, &factor);
+        CMatMult(rt.n, out, &factor, out);
+    }
+    NormCMatrix(rt.n, out);
+}
+
 double norm_of(const CMatrix &mat)
 {
     double sum = 0.0;
@@ -155,6 +172,28 @@ TEST_F(Operators, AProductIsTheMatrixProductOfItsSpinOperatorsScaledToUnitNorm)
     create_norm_operator_spinhalf(4, 2, rt.Ilist, rt.ket, "ye", &op);
     EXPECT_EQ(packed(4, op)[2], Complex(0.0, -0.5));
     EXPECT_EQ(packed(4, op)[8], Complex(0.0, 0.5));
+}
+
+TEST_F(Operators, AProductEqualsThatOfWholeMatricesToTheBit)
+{
+    const struct {
+        std::vector<int> two_i;
+        const char *symbols;
+    } cases[] = {
+        {{1}, "e"},         {{1}, "y"},
+        {{1, 1}, "xy"},     {{1, 1, 1}, "yzy"},
+        {{2, 3}, "zx"},     {{7, 1, 2}, "zey"},
+        {{1, 0, 1}, "xzx"}, {{4, 4}, "yy"},
+        {{1, 1, 1}, "eee"}, {{1, 1, 1, 1, 1}, "yxzxy"},
+    };
+    for (const auto &c : cases) {
+        build_spins({c.two_i});
+        fill_all(&op, 7.0);
+        fill_all(&expected, 7.0);
+        multiply_whole_matrices(rt.Nspins, c.symbols, &expected);
+        create_norm_operator_spinhalf(rt.n, rt.Nspins, rt.Ilist, rt.ket, c.symbols, &op);
+        EXPECT_TRUE(same_bits(op, expected)) << testing::PrintToString(c.two_i) << c.symbols;
+    }
 }
 
 TEST_F(Operators, TheIdentityTermIsTheUnitNormIdentity)
