@@ -149,14 +149,14 @@ static std::vector<wide> mean_diagonal(const SparseSystem &s, const ProductBasis
 }
 
 // True when the diagonal is more than a sum of what either spin adds. Means over the other spins'
-// states carry less rounding than single differences.
+// states carry less rounding than single elements (half a last place), so half the limit will do.
 static bool diagonal_couples(const SparseSystem &s, const ProductBasis &basis, int a, int b)
 {
     const std::vector<wide> both = mean_diagonal(s, basis, {a, b});
     const std::vector<wide> first = mean_diagonal(s, basis, {a});
     const std::vector<wide> second = mean_diagonal(s, basis, {b});
     const wide mean = mean_diagonal(s, basis, {})[0];
-    const double limit = rounding_of_sums(largest_diagonal(s));
+    const double limit = 0.5 * rounding_of_sums(largest_diagonal(s));
     for (size_t i = 0; i < first.size(); i++)
         for (size_t j = 0; j < second.size(); j++) {
             const wide together = both[i * second.size() + j] - first[i] - second[j] + mean;

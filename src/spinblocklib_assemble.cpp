@@ -34,10 +34,10 @@ static int leader_of(const ProductBasis &basis, const SpinSets &sets, int i, int
 
 static double weight_of(const SpinBlock &block, int n, int i, int j)
 {
-    double weight = 0.0;
+    wide weight = 0.0L;
     for (int c = 0; c < block.copies; c++)
-        weight += block.value[(size_t)(c * n + i)] * block.value[(size_t)(c * n + j)];
-    return weight;
+        weight += (wide)block.value[(size_t)(c * n + i)] * (wide)block.value[(size_t)(c * n + j)];
+    return (double)weight;
 }
 
 static const double ZERO_WEIGHT = 1e-15; // the rounding of weights that cancel

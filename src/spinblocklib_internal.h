@@ -98,7 +98,8 @@ void list_levels_and_components(SparseSystem *s);
 
 double largest_diagonal(const SparseSystem &s);
 
-// Of elements that are the same but for the order of their sums, in rad/s.
+// How far elements of the diagonal may differ that are the same but for the order of their sums.
+// Of 4 last places of the largest, systems of up to eight spins reach 1.6.
 inline double rounding_of_sums(double largest)
 {
     return 4.0 * 0x1p-52 * largest;
