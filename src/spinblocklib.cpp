@@ -11,11 +11,14 @@
 
 ProductBasis make_basis(const std::vector<int> &levels)
 {
-    ProductBasis basis = {1, levels, std::vector<int>(levels.size())};
+    ProductBasis basis = {1, levels, std::vector<int>(levels.size()), {}};
     for (size_t k = levels.size(); k-- > 0;) {
         basis.stride[k] = basis.n;
         basis.n *= levels[k];
     }
+    for (int state = 0; state < basis.n; state++)
+        for (size_t k = 0; k < levels.size(); k++)
+            basis.digits.push_back(state / basis.stride[k] % levels[k]);
     return basis;
 }
 
@@ -405,7 +408,7 @@ static bool split_group(const ProductBasis &basis, SpinGroup *group)
 bool split_spin_system(const SparseSystem &whole, int spins, const int *twice_spin,
                        SpinSplit *split)
 {
-    ProductBasis basis;
+    ProductBasis basis = {};
     *split = {};
     split->n = whole.n;
     if (!find_basis(whole, spins, twice_spin, &basis)) {

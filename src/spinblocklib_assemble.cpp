@@ -18,15 +18,16 @@ typedef std::complex<double> Complex;
 static int leader_of(const ProductBasis &basis, const SpinSets &sets, int i, int j)
 {
     int row = 0, column = 0;
-    std::vector<std::pair<int, int>> digits;
+    std::vector<std::pair<int, int>> pairs;
     for (const std::vector<int> &set : sets) {
-        digits.clear();
+        pairs.clear();
         for (int k : set)
-            digits.emplace_back(digit(basis, k, i), digit(basis, k, j));
-        std::sort(digits.begin(), digits.end());
+            pairs.emplace_back(digit(basis, k, i), digit(basis, k, j));
+        if (set.size() > 1)
+            std::sort(pairs.begin(), pairs.end());
         for (size_t k = 0; k < set.size(); k++) {
-            row += digits[k].first * basis.stride[(size_t)set[k]];
-            column += digits[k].second * basis.stride[(size_t)set[k]];
+            row += pairs[k].first * basis.stride[(size_t)set[k]];
+            column += pairs[k].second * basis.stride[(size_t)set[k]];
         }
     }
     return row * basis.n + column;

@@ -81,13 +81,14 @@ typedef long double wide; // sums in it are rounded once, when they become a dou
 struct ProductBasis {
     int n;
     std::vector<int> levels, stride; // 2I+1 of each spin, and what one level down adds to a state
+    std::vector<int> digits;         // [state][spin]: levels below +I
 };
 
 ProductBasis make_basis(const std::vector<int> &levels);
 
 inline int digit(const ProductBasis &basis, int spin, int state)
 {
-    return state / basis.stride[(size_t)spin] % basis.levels[(size_t)spin];
+    return basis.digits[(size_t)state * basis.levels.size() + (size_t)spin];
 }
 
 // The number of the state's part in the product basis of the chosen spins.
