@@ -8,9 +8,12 @@
 #include "matrixmathlib.h"
 
 #include <complex>
+#include <memory>
 
 void pack_matrix(int n, const CMatrix *mat, std::complex<double> *packed);
 void unpack_matrix(int n, const std::complex<double> *packed, CMatrix *mat);
+
+struct SectorSystem; // see PrepareSectorSystem
 
 // One sector as every position sees it. Sample k = 0..ap-1 acts during [k·tau, (k+1)·tau):
 //   H_k = H0 + (gx[k]·x + gy[k]·y + gz[k]·z + offset)·Izgrad + xb[k]·Ixtot + yb[k]·Iytot
@@ -28,7 +31,15 @@ struct SectorField {
     const double *gx, *gy, *gz;            // gradients, rad/s per cm; all null: none
     double offset;                         // static offset, rad/s
     Position low, high;                    // a box that holds every position of the sector
+    // Helps that change no result beyond rounding:
+    int spins;                  // of the product basis, the first slowest; 0: not known
+    const int *twice_spin;      // 2I of each
+    const SectorSystem *system; // of these operators; null: prepared in every call
 };
+
+// What depends on n, H0, Izgrad, Ixtot, Iytot and the spins alone: for many calls. Null when memory
+// is short.
+std::shared_ptr<const SectorSystem> PrepareSectorSystem(const SectorField &field);
 
 // propagators[p] (packed) = U_0·U_1·…·U_(ap-1) at positions[p], U_k = exp(-i·H_k·tau).
 // The numbers do not depend on which positions are asked for together.

@@ -2,7 +2,7 @@
 // (propagatorlib_sparse), samples joined where they can be, and the vector kernels
 // (propagatorlib_lanes.h) eight rows at a time. Other operators go the plain way.
 
-#include "propagatorlib_internal.h"
+#include "propagatorlib_system.h"
 #include "threads.h"
 
 #include <algorithm>
@@ -47,19 +47,19 @@ static double offset_sum(const SectorField &f, const Position &at, int first, in
 // Doubles that step p takes for every lane.
 static size_t values_of(const SectorPlan &plan, const PlannedStep &p)
 {
-    return p.free ? 2 * plan.system.level_m.size() : 1;
+    return p.free ? 2 * plan.part->sparse.level_m.size() : 1;
 }
 
 static void fill_lane(const SectorPlan &plan, const PlannedStep &p, const Position &at, int lanes,
                       double *values)
 {
-    const SectorField &f = plan.field;
+    const SectorField &f = *plan.field;
     if (!p.free) {
         *values = sample_offset(f, at, p.first);
         return;
     }
     const double angle = offset_sum(f, at, p.first, p.last) * f.tau;
-    for (double m : plan.system.level_m) {
+    for (double m : plan.part->sparse.level_m) {
         values[0] = std::cos(angle * m);
         values[lanes] = -std::sin(angle * m);
         values += 2 * lanes;
@@ -165,7 +165,7 @@ struct Worker {
 
 static Worker make_worker(const SectorPlan &plan, int lanes)
 {
-    const SparseSystem &s = plan.system;
+    const SparseSystem &s = plan.part->sparse;
     Worker w = {};
     make_lane_steps(plan, lanes, &w.lane_steps);
     w.work = aligned_doubles(lane_work_size(s.n, MOST_ROWS, lanes, s.row.size()));
@@ -249,24 +249,92 @@ static double work_of(const SectorPlan &plan, size_t shares)
     double per_bundle = 0.0;
     for (const PlannedStep &p : plan.steps)
         per_bundle += p.free ? (double)plan.blocks_re.size()
-                             : (double)p.terms * p.substeps * (double)plan.system.row.size();
+                             : (double)p.terms * p.substeps * (double)plan.part->sparse.row.size();
     return per_bundle * (double)shares;
 }
 
-bool propagate_fast(LaneKernel kernel, const SectorField &asked, const Position *positions,
-                    int count, std::complex<double> *propagators)
+// False when the plan does not suit the kernels.
+static bool propagate_part(LaneKernel kernel, const SectorField &field, const SystemPart &part,
+                           const Position *positions, int count, std::complex<double> *propagators)
 {
     SectorPlan plan;
-    if (!make_sector_plan(with_whole_box(asked, positions, count), &plan))
+    if (!make_sector_plan(field, part, &plan))
         return false;
     const int lanes = lanes_of(kernel);
-    const std::vector<Share> shares = deal_out(plan.system.n, count, lanes);
+    const std::vector<Share> shares = deal_out(part.sparse.n, count, lanes);
     const int threads = threads_for(work_of(plan, shares.size()), (int64_t)shares.size());
     std::vector<Worker> workers;
     for (int t = 0; t < threads; t++)
         workers.push_back(make_worker(plan, lanes));
     do_shares(kernel, plan, positions, shares, &workers, propagators);
     return true;
+}
+
+// ------------------------------------------------------------------ parts of the spin system
+
+// Applications of H that the sector takes, roughly.
+static int64_t applications(const SectorField &f)
+{
+    const int PER_SAMPLE = 8;
+    int64_t sum = 1;
+    for (int k = 0; k < f.ap; k++)
+        if (f.xb[k] != 0.0 || f.yb[k] != 0.0)
+            sum += PER_SAMPLE;
+    return sum;
+}
+
+static bool splitting_pays(const SectorField &field, const SectorSystem &system)
+{
+    const int64_t times = applications(field);
+    return system.splits && application_work(system.split) * times + assembly_work(system.split) <
+                                application_work(system.whole.sparse) * times;
+}
+
+static void assemble_all(const SectorSystem &system, int count,
+                         const std::vector<std::vector<std::complex<double>>> &parts,
+                         std::complex<double> *propagators)
+{
+    const int64_t n = system.whole.sparse.n, scratch = assembly_scratch(system.split);
+    const int threads = threads_for((double)(assembly_work(system.split) * count), count);
+    std::vector<std::complex<double>> all_scratch((size_t)(scratch * threads));
+    std::vector<const std::complex<double> *> of_position((size_t)threads * parts.size());
+#pragma omp parallel for num_threads(threads) schedule(static) if (threads > 1)
+    for (int p = 0; p < count; p++) {
+        const int t = thread_number();
+        const std::complex<double> **const blocks = &of_position[(size_t)t * parts.size()];
+        for (size_t b = 0; b < parts.size(); b++)
+            blocks[b] = parts[b].data() + (int64_t)(parts[b].size() / (size_t)count) * p;
+        assemble_propagator(system.split, blocks, all_scratch.data() + scratch * t,
+                            propagators + p * n * n);
+    }
+}
+
+static bool propagate_parts(LaneKernel kernel, const SectorField &field, const SectorSystem &system,
+                            const Position *positions, int count, std::complex<double> *propagators)
+{
+    std::vector<std::vector<std::complex<double>>> parts;
+    for (const SystemPart &part : system.parts) {
+        parts.emplace_back((size_t)count * (size_t)(part.sparse.n * part.sparse.n));
+        if (!propagate_part(kernel, field, part, positions, count, parts.back().data()))
+            return false;
+    }
+    assemble_all(system, count, parts, propagators);
+    return true;
+}
+
+bool propagate_fast(LaneKernel kernel, const SectorField &asked, const Position *positions,
+                    int count, std::complex<double> *propagators)
+{
+    const SectorField field = with_whole_box(asked, positions, count);
+    std::shared_ptr<const SectorSystem> made;
+    if (!field.system)
+        made = PrepareSectorSystem(field);
+    const SectorSystem *const system = made ? made.get() : field.system;
+    if (!system || !system->fits)
+        return false;
+    if (splitting_pays(field, *system))
+        return propagate_parts(kernel, field, *system, positions, count, propagators);
+    return propagate_part(kernel, field, system->whole, positions, count, propagators);
 }
 
 void SectorPropagators(const SectorField &field, const Position *positions, int count,

@@ -3,8 +3,8 @@
 #ifndef ZAN_PROPAGATORLIB_INTERNAL_H
 #define ZAN_PROPAGATORLIB_INTERNAL_H
 
-#include "lanekernels.h"
 #include "propagatorlib.h"
+#include "propagatorlib_lanes_job.h"
 
 #include <cstddef>
 #include <memory>
@@ -31,6 +31,24 @@ struct SparseSystem {
 // False when the operators do not have this form; then only the plain path serves.
 bool make_sparse_system(const SectorField &field, SparseSystem *s);
 
+// Fills level, level_m, first, member and component from the rest.
+void list_levels_and_components(SparseSystem *s);
+
+// The eigensystem of diag(d) + F. Component after component: values, and vectors by columns.
+struct FreeEigen {
+    std::vector<double> values, vectors;
+};
+
+FreeEigen diagonalise(const SparseSystem &s);
+// exp(-i·(diag(d) + F)·T), component after component by rows, is appended.
+void append_free_propagator(const SparseSystem &s, const FreeEigen &eigen, double T,
+                            std::vector<double> *re, std::vector<double> *im);
+
+struct SystemPart {
+    SparseSystem sparse;
+    FreeEigen free;
+};
+
 // ------------------------------------------------------------------ the plan of a sector
 
 // Samples first..last-1 as one step, the same at every position. With RF: exp(-i·H·T) as substeps
@@ -49,8 +67,8 @@ struct PlannedStep {
 };
 
 struct SectorPlan {
-    SectorField field;
-    SparseSystem system;
+    const SectorField *field;
+    const SystemPart *part; // of the spin system, or all of it
     std::vector<PlannedStep> steps;
     std::vector<double> series;               // polynomial coefficients
     std::vector<double> turns;                // [turn][level][re, im]
@@ -58,68 +76,13 @@ struct SectorPlan {
     int last_turn;
 };
 
-// False when the operators have another form.
-bool make_sector_plan(const SectorField &field, SectorPlan *plan);
+// False when a step is so long that the squarings of the plain path are the faster way.
+bool make_sector_plan(const SectorField &field, const SystemPart &part, SectorPlan *plan);
 
 // Of sample k, rad/s.
 double sample_offset(const SectorField &f, const Position &at, int k);
 
 // ------------------------------------------------------------------ kernels
-
-// One step as the lanes see it.
-struct Step {
-    bool free;
-    double b, tau;
-    int substeps, terms;
-    const double *series;                // coefficients 0..terms
-    const double *turn;                  // level phases (re, im) before the step; null: none
-    const double *offset;                // with RF: g of every lane, rad/s
-    const double *blocks_re, *blocks_im; // without: block after block, by rows
-    const double *free_phase;            // without: [level][re, im][lane]
-};
-
-// ROWS bundles of rows of propagators, each row through all steps by itself. Lane l of bundle r
-// starts as row rows[r][l] of the unit matrix and lives at the position whose offsets the steps
-// hold in lane l.
-enum { MOST_ROWS = 4 };
-
-struct LaneJob {
-    int n, components;
-    const double *d, *m;
-    const int *level, *first, *member;
-    const int *start, *row;
-    const double *fixed, *flip;
-    const Step *steps;
-    int step_count;
-    const double *last_turn; // level phases after the last step
-    int bundles;             // 1, 2 or MOST_ROWS
-    int rows[MOST_ROWS][MOST_LANES];
-    double *out;  // [column][bundle][re, im][lane]
-    double *work; // aligned to 64 bytes, lane_work_size() doubles
-};
-
-inline size_t lane_work_size(int n, int bundles, int lanes, size_t elements)
-{
-    return (size_t)(6 * bundles + 1) * (size_t)n * (size_t)lanes + elements;
-}
-
-void propagate_lanes_baseline(const LaneJob &job);
-void propagate_lanes_avx2(const LaneJob &job);
-void propagate_lanes_avx512(const LaneJob &job);
-
-// One density matrix: rho <- P†·rho·P, P given by components of states that it joins.
-struct RotationJob {
-    int n, width; // width: n filled up to whole vectors
-    int components;
-    const int *first, *member; // as in SparseSystem
-    const double *weight;      // component after component by rows: re, im of P
-    double *rho;               // packed
-    double *work;              // 4·n·width doubles, aligned to 64 bytes, zero at first
-};
-
-void rotate_lanes_baseline(const RotationJob &job);
-void rotate_lanes_avx2(const RotationJob &job);
-void rotate_lanes_avx512(const RotationJob &job);
 
 struct AlignedFree {
     void operator()(double *p) const { ::operator delete[](p, std::align_val_t{64}); }

@@ -7,7 +7,7 @@
 //
 // Vectors lie as [column][bundle][re, im].
 
-#include "propagatorlib_internal.h"
+#include "propagatorlib_lanes_job.h"
 #include "vectors.h"
 
 namespace

@@ -3,8 +3,6 @@
 
 #include "propagatorlib_internal.h"
 
-#include <Eigen/Dense>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -122,63 +120,9 @@ static double norm_bound(const SparseSystem &s, double g, double b)
 static int add_turn(SectorPlan *plan, double angle)
 {
     const int at = (int)plan->turns.size();
-    for (double m : plan->system.level_m) {
+    for (double m : plan->part->sparse.level_m) {
         plan->turns.push_back(std::cos(angle * m));
         plan->turns.push_back(-std::sin(angle * m));
-    }
-    return at;
-}
-
-// ------------------------------------------------------------------ evolution without RF
-
-// The eigenvectors and eigenvalues of diag(d) + F, component by component.
-struct FreeEigen {
-    std::vector<Eigen::MatrixXd> vectors;
-    std::vector<Eigen::VectorXd> values;
-};
-
-static Eigen::MatrixXd component_matrix(const SparseSystem &s, size_t c)
-{
-    const int begin = s.first[c], size = s.first[c + 1] - begin;
-    Eigen::MatrixXd A = Eigen::MatrixXd::Zero(size, size);
-    for (int b = 0; b < size; b++) {
-        const int j = s.member[(size_t)(begin + b)];
-        A(b, b) = s.d[(size_t)j];
-        for (int e = s.start[(size_t)j]; e < s.start[(size_t)j + 1]; e++) {
-            const auto from = s.member.begin() + begin, to = from + size;
-            const auto found = std::lower_bound(from, to, s.row[(size_t)e]);
-            if (s.fixed[(size_t)e] != 0.0)
-                A(found - from, b) = s.fixed[(size_t)e];
-        }
-    }
-    return A;
-}
-
-static FreeEigen diagonalise(const SparseSystem &s)
-{
-    FreeEigen eigen;
-    for (size_t c = 0; c + 1 < s.first.size(); c++) {
-        const Eigen::SelfAdjointEigenSolver<Eigen::MatrixXd> solver(component_matrix(s, c));
-        eigen.vectors.push_back(solver.eigenvectors());
-        eigen.values.push_back(solver.eigenvalues());
-    }
-    return eigen;
-}
-
-// exp(-i·(diag(d) + F)·T) as blocks by rows.
-static int add_blocks(SectorPlan *plan, const FreeEigen &eigen, double T)
-{
-    const int at = (int)plan->blocks_re.size();
-    for (size_t c = 0; c < eigen.vectors.size(); c++) {
-        const Eigen::MatrixXd &V = eigen.vectors[c];
-        const Eigen::VectorXd angle = eigen.values[c] * T;
-        const Eigen::MatrixXd re = V * angle.array().cos().matrix().asDiagonal() * V.transpose();
-        const Eigen::MatrixXd im = V * angle.array().sin().matrix().asDiagonal() * V.transpose();
-        for (Eigen::Index a = 0; a < V.rows(); a++)
-            for (Eigen::Index b = 0; b < V.rows(); b++) {
-                plan->blocks_re.push_back(re(a, b));
-                plan->blocks_im.push_back(-im(a, b));
-            }
     }
     return at;
 }
@@ -205,13 +149,12 @@ static int end_of_step(const SectorField &f, int first, bool free)
     return k;
 }
 
-// False when the step is so long that the squarings of the plain path are the faster way.
 static bool plan_driven(SectorPlan *plan, int first, int last, double *phase, SeriesTable *table)
 {
-    const SectorField &f = plan->field;
+    const SectorField &f = *plan->field;
     const double wanted = std::atan2(f.yb[first], f.xb[first]);
     const double b = rf_amplitude(f, first), T = (last - first) * f.tau;
-    const double x = norm_bound(plan->system, largest_offset(f, first), b) * std::fabs(T);
+    const double x = norm_bound(plan->part->sparse, largest_offset(f, first), b) * std::fabs(T);
     if (!(x < LONGEST_STEP))
         return false;
     const int substeps = std::max(1, (int)std::ceil(x / LONGEST_SUBSTEP));
@@ -225,8 +168,7 @@ static bool plan_driven(SectorPlan *plan, int first, int last, double *phase, Se
 
 static bool plan_steps(SectorPlan *plan)
 {
-    const SectorField &f = plan->field;
-    FreeEigen eigen;
+    const SectorField &f = *plan->field;
     SeriesTable table;
     double phase = 0.0;
     int known_length = 0, known_blocks = 0;
@@ -238,11 +180,11 @@ static bool plan_steps(SectorPlan *plan)
                 return false;
             continue;
         }
-        if (eigen.vectors.empty())
-            eigen = diagonalise(plan->system);
         if (last - first != known_length) {
             known_length = last - first;
-            known_blocks = add_blocks(plan, eigen, known_length * f.tau);
+            known_blocks = (int)plan->blocks_re.size();
+            append_free_propagator(plan->part->sparse, plan->part->free, known_length * f.tau,
+                                   &plan->blocks_re, &plan->blocks_im);
         }
         plan->steps.push_back({first, last, true, 0.0, f.tau, 1, 0, 0, -1, known_blocks});
     }
@@ -250,10 +192,9 @@ static bool plan_steps(SectorPlan *plan)
     return true;
 }
 
-bool make_sector_plan(const SectorField &field, SectorPlan *plan)
+bool make_sector_plan(const SectorField &field, const SystemPart &part, SectorPlan *plan)
 {
-    plan->field = field;
-    if (!make_sparse_system(field, &plan->system))
-        return false;
+    plan->field = &field;
+    plan->part = &part;
     return plan_steps(plan);
 }

@@ -5,7 +5,7 @@
 // the same loop: a row of the result is a sum of rows, weighted by one column of P, and only rows
 // of the states that P joins to the column's enter it.
 
-#include "propagatorlib_internal.h"
+#include "propagatorlib_lanes_job.h"
 #include "vectors.h"
 
 namespace

@@ -66,14 +66,6 @@ static void take_diagonals(const SectorField &f, SparseSystem *s)
         s->d.push_back(re(f.H0, i, i));
         s->m.push_back(re(f.Izgrad, i, i));
     }
-    for (int i = 0; i < f.n; i++) {
-        size_t l = 0;
-        while (l < s->level_m.size() && twice(s->level_m[l]) != twice(s->m[(size_t)i]))
-            l++;
-        if (l == s->level_m.size())
-            s->level_m.push_back(0.5 * twice(s->m[(size_t)i]));
-        s->level.push_back((int)l);
-    }
 }
 
 static bool take_columns(const SectorField &f, SparseSystem *s)
@@ -96,6 +88,19 @@ static bool take_columns(const SectorField &f, SparseSystem *s)
     return true;
 }
 
+// The levels are those of half units: rounding in m does not make a new one.
+static void list_levels(SparseSystem *s)
+{
+    for (double m : s->m) {
+        size_t l = 0;
+        while (l < s->level_m.size() && twice(s->level_m[l]) != twice(m))
+            l++;
+        if (l == s->level_m.size())
+            s->level_m.push_back(0.5 * twice(m));
+        s->level.push_back((int)l);
+    }
+}
+
 // States joined by F, directly or through others, get the number of the lowest of them.
 static void join_states(SparseSystem *s)
 {
@@ -115,8 +120,9 @@ static void join_states(SparseSystem *s)
     }
 }
 
-static void list_components(SparseSystem *s)
+void list_levels_and_components(SparseSystem *s)
 {
+    list_levels(s);
     join_states(s);
     for (int root = 0; root < s->n; root++) {
         if (s->component[(size_t)root] != root)
@@ -136,6 +142,6 @@ bool make_sparse_system(const SectorField &field, SparseSystem *s)
     take_diagonals(field, s);
     if (!take_columns(field, s))
         return false;
-    list_components(s);
+    list_levels_and_components(s);
     return true;
 }

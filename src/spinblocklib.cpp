@@ -48,16 +48,6 @@ static double total_m(const ProductBasis &basis, int state)
 
 // ------------------------------------------------------------------ sparse systems
 
-static void list_levels(SparseSystem *s)
-{
-    for (double m : s->m) {
-        const auto found = std::find(s->level_m.begin(), s->level_m.end(), m);
-        s->level.push_back((int)(found - s->level_m.begin()));
-        if (found == s->level_m.end())
-            s->level_m.push_back(m);
-    }
-}
-
 // Gives all of the second one's company the number of the first's.
 static void join(std::vector<int> *company, int a, int b)
 {
@@ -89,26 +79,6 @@ static std::vector<int> each_alone(int count)
     std::vector<int> company((size_t)count);
     std::iota(company.begin(), company.end(), 0);
     return company;
-}
-
-void list_levels_and_components(SparseSystem *s)
-{
-    list_levels(s);
-    std::vector<int> company = each_alone(s->n);
-    for (int j = 0; j < s->n; j++)
-        for (int e = s->start[(size_t)j]; e < s->start[(size_t)j + 1]; e++) {
-            const int i = s->row[(size_t)e];
-            if (s->fixed[(size_t)e] != 0.0 && company[(size_t)i] != company[(size_t)j])
-                join(&company, i, j);
-        }
-    s->component.resize((size_t)s->n);
-    for (const std::vector<int> &states : companies(company)) {
-        s->first.push_back((int)s->member.size());
-        for (int i : states)
-            s->component[(size_t)i] = states.front();
-        s->member.insert(s->member.end(), states.begin(), states.end());
-    }
-    s->first.push_back((int)s->member.size());
 }
 
 double largest_diagonal(const SparseSystem &s)

@@ -94,9 +94,6 @@ inline int digit(const ProductBasis &basis, int spin, int state)
 // The number of the state's part in the product basis of the chosen spins.
 int part_of_state(const ProductBasis &basis, const std::vector<int> &spins, int state);
 
-// Fills level, level_m, first, member and component from the rest.
-void list_levels_and_components(SparseSystem *s);
-
 double largest_diagonal(const SparseSystem &s);
 
 // How far elements of the diagonal may differ that are the same but for the order of their sums.

@@ -217,6 +217,8 @@ static SectorField field_at_hand(const CMatrix *H0)
     field.ap = rt.ap;
     field.xb = rt.xb;
     field.yb = rt.yb;
+    field.spins = rt.Nspins;
+    field.twice_spin = rt.Ilist + 1;
     return field;
 }
 
@@ -243,6 +245,8 @@ static void rotate_3d_through_store(FilePtr in, int voxels)
     field.gy = rt.gy;
     field.gz = rt.gz;
     field.offset = rt.statoff_s;
+    const std::shared_ptr<const SectorSystem> system = PrepareSectorSystem(field);
+    field.system = system.get();
     field.low = {rt.x0_s, rt.y0_s, rt.z0_s};
     field.high = voxel_position(grid_at_hand(), voxels - 1);
 
@@ -396,6 +400,8 @@ static void rotate_2d_through_store(FilePtr in, bool evolves, double dt, double 
     CMatAdd(rt.n, &rt.Izee, &rt.Icoup, &H0);
     SectorField field = field_at_hand(&H0);
     field.offset = offset;
+    const std::shared_ptr<const SectorSystem> system = PrepareSectorSystem(field);
+    field.system = system.get();
 
     const char *failure = "Rotate2D: write error to store";
     if (WriteBinFileHeader_status(store.get(), 0, rt.n, rt.ndw) == BINFH_OK)

@@ -90,6 +90,8 @@ void zanopt_pulse_propagator(int n, int ap, double tau, double offset, const dou
     field.xb = xb;
     field.yb = yb;
     field.offset = offset;
+    field.spins = rt.Nspins;
+    field.twice_spin = rt.Ilist + 1;
     SectorPropagators(field, &origin, 1, propagator);
 }
 

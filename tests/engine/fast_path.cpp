@@ -3,8 +3,9 @@
 
 #include "engine_fixture.h"
 
-#include "propagatorlib_internal.h"
+#include "propagatorlib_system.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <omp.h>
@@ -39,6 +40,8 @@ SectorField field_of(const Waveform &w, double tau, double offset)
         f.gz = w.gz.data();
     }
     f.offset = offset;
+    f.spins = rt.Nspins;
+    f.twice_spin = rt.Ilist + 1;
     f.low = {-1.0, -1.0, -1.0};
     f.high = {1.0, 1.0, 1.0};
     return f;
@@ -297,5 +300,71 @@ TEST_F(FastPath, GivesTheSameBytesForAnyNumberOfThreads)
                 << threads;
         }
         omp_set_num_threads(most);
+    }
+}
+
+// ---- spin systems in parts ----
+
+namespace
+{
+
+struct PartsCase {
+    const char *name;
+    SpinSystem system;
+    std::vector<int> states; // of the parts
+};
+
+std::vector<int> states_of_parts(const SectorSystem &system)
+{
+    std::vector<int> states;
+    for (const SystemPart &part : system.parts)
+        states.push_back(part.sparse.n);
+    std::sort(states.begin(), states.end());
+    return states;
+}
+
+} // namespace
+
+TEST_F(FastPath, TakesSpinSystemsApartAndAgreesWithTheRecipe)
+{
+    const PartsCase cases[] = {
+        {"CH3-CH",
+         {{1, 1, 1, 1},
+          {1, 1, 1, 1},
+          {40.0, 40.0, 40.0, -90.0},
+          2,
+          {{1, 4, 7}, {2, 4, 7}, {3, 4, 7}}},
+         {4, 8}},
+        {"two pairs, their spins in turn",
+         {{1, 1, 1, 1}, {1, 2, 3, 4}, {10.0, -20.0, 35.0, 80.0}, 2, {{1, 3, 9.0}, {2, 4, -4.0}}},
+         {4, 4}},
+        {"four spins alone",
+         {{1, 1, 1, 1}, {1, 1, 1, 1}, {10.0, -20.0, 35.0, 80.0}, 1, {}},
+         {2, 2, 2, 2}},
+        {"CH2 beside a spin 1",
+         {{1, 1, 2}, {1, 1, 1}, {50.0, 50.0, -30.0}, 2, {{1, 2, -12.0}}},
+         {1, 3, 3}},
+    };
+    std::mt19937 random(2012);
+    for (const PartsCase &c : cases) {
+        build_spins(c.system);
+        const Waveform w = random_waveform(random, 80, true, true, true);
+        SectorField f = field_of(w, 3e-5, 20.0);
+        const auto system = PrepareSectorSystem(f);
+        ASSERT_TRUE(system && system->splits) << c.name;
+        EXPECT_EQ(states_of_parts(*system), c.states) << c.name;
+        const std::vector<Position> at = random_positions(random, 5);
+        expect_agreement(f, at, c.name);
+
+        f.system = system.get();
+        const Propagators prepared = fast(f, at);
+        f.system = nullptr;
+        const Propagators anew = fast(f, at);
+        EXPECT_EQ(std::memcmp(prepared.data(), anew.data(), anew.size() * sizeof anew[0]), 0);
+        f.spins = 0;
+        const Propagators whole = fast(f, at);
+        EXPECT_NE(std::memcmp(whole.data(), anew.data(), anew.size() * sizeof anew[0]), 0)
+            << c.name << ": not computed in parts";
+        EXPECT_LE(largest_difference(whole.data(), anew.data(), anew.size()), 1e-12) << c.name;
     }
 }
