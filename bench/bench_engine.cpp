@@ -4,7 +4,7 @@
 // All benchmarks work on one spin system, a chain with full coupling, set up in the runtime state
 // as a model would do it; the argument is the number of states n.
 #include "platformlib.h"
-#include "propagatorlib.h"
+#include "propagatorlib_system.h"
 #include "receiverlib.h"
 #include "zan.h"
 #include "zanoptseq.h"
@@ -19,7 +19,6 @@
 #include <vector>
 
 static constexpr int SAMPLES = 16;
-static constexpr int POSITIONS = 8;
 static constexpr double DURATION = 1e-3; // s
 static constexpr double STEP = DURATION / SAMPLES;
 static const double pi = pi_val();
@@ -98,9 +97,57 @@ static void DenseExponential(benchmark::State &state)
     count_items(state, 1, "exponentials");
 }
 
+// What one core can do at best: independent multiply-adds on vectors in registers.
+typedef double Wide __attribute__((vector_size(64)));
+
+__attribute__((target("avx512f,fma"), optimize("fp-contract=fast"))) static void
+multiply_add(int rounds, Wide *values)
+{
+    Wide a0 = values[0], a1 = a0, a2 = a0, a3 = a0, a4 = a0, a5 = a0, a6 = a0, a7 = a0;
+    Wide a8 = a0, a9 = a0, a10 = a0, a11 = a0;
+    const Wide b = values[1], c = values[2];
+    for (int i = 0; i < rounds; i++) {
+        a0 = a0 * b + c, a1 = a1 * b + c, a2 = a2 * b + c, a3 = a3 * b + c;
+        a4 = a4 * b + c, a5 = a5 * b + c, a6 = a6 * b + c, a7 = a7 * b + c;
+        a8 = a8 * b + c, a9 = a9 * b + c, a10 = a10 * b + c, a11 = a11 * b + c;
+    }
+    values[0] = a0 + a1 + a2 + a3 + a4 + a5 + a6 + a7 + a8 + a9 + a10 + a11;
+}
+
+static void Peak(benchmark::State &state)
+{
+    constexpr int ROUNDS = 20000, CHAINS = 12, LANES = 8;
+    if (!lane_kernel_runs_here(LANES_AVX512)) {
+        state.SkipWithError("this core has no AVX-512");
+        return;
+    }
+    Wide values[3] = {Wide{} + 1.0, Wide{} + 0.999, Wide{} + 1e-3};
+    for (auto _ : state) {
+        multiply_add(ROUNDS, values);
+        benchmark::DoNotOptimize(values);
+    }
+    state.counters["FLOP/s"] = benchmark::Counter(2.0 * LANES * CHAINS * ROUNDS,
+                                                  benchmark::Counter::kIsIterationInvariantRate);
+}
+
 typedef void Propagate(const SectorField &, const Position *, int, std::complex<double> *);
 
-// Eight positions, the fast way and the published recipe.
+// Multiplications and additions of the kernels at one position: the series of every sample, each
+// term one product with the sparse Hamiltonian.
+static double kernel_flops(const SectorField &field)
+{
+    const auto system = PrepareSectorSystem(field);
+    SectorPlan plan;
+    if (!system || !make_sector_plan(field, system->whole, &plan))
+        return 0.0;
+    const double elements = 2.0 * field.n + (double)system->whole.sparse.row.size();
+    double flops = 0.0;
+    for (const PlannedStep &step : plan.steps)
+        flops += 4.0 * elements * field.n * step.terms * step.substeps;
+    return flops;
+}
+
+// Many positions, the fast way and the published recipe; the spin system stays whole.
 static void propagate_sector(benchmark::State &state, Propagate *propagate)
 {
     static CMatrix h0;
@@ -120,18 +167,23 @@ static void propagate_sector(benchmark::State &state, Propagate *propagate)
     field.gx = rt.gx;
     field.gy = rt.gy;
     field.gz = rt.gz;
-    Position positions[POSITIONS];
-    for (int p = 0; p < POSITIONS; p++)
-        positions[p] = {0.1 * p - 0.4, 0.0, 0.0};
-    field.low = positions[0];
-    field.high = positions[POSITIONS - 1];
-    std::vector<std::complex<double>> propagators(POSITIONS * static_cast<size_t>(rt.n) *
-                                                  static_cast<size_t>(rt.n));
+    const int count = rt.n < 64 ? 64 : 8;
+    std::vector<Position> positions;
+    for (int p = 0; p < count; p++)
+        positions.push_back({0.8 * p / count - 0.4, 0.0, 0.0});
+    field.low = positions.front();
+    field.high = positions.back();
+    const auto system = PrepareSectorSystem(field);
+    field.system = system.get();
+    std::vector<std::complex<double>> propagators(static_cast<size_t>(count * rt.n * rt.n));
     for (auto _ : state) {
-        propagate(field, positions, POSITIONS, propagators.data());
+        propagate(field, positions.data(), count, propagators.data());
         benchmark::ClobberMemory();
     }
-    count_items(state, SAMPLES * POSITIONS, "samples");
+    count_items(state, SAMPLES * count, "samples");
+    if (propagate == SectorPropagators)
+        state.counters["FLOP/s"] = benchmark::Counter(
+            count * kernel_flops(field), benchmark::Counter::kIsIterationInvariantRate);
 }
 
 static void SectorPropagator(benchmark::State &state)
@@ -270,6 +322,7 @@ static void OptimizerObjective(benchmark::State &state)
     BENCHMARK(name)->Unit(benchmark::kMillisecond)->UseRealTime()->Arg(4)->Arg(16)->Arg(64);       \
     BENCHMARK(name)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(1)->Arg(256)
 
+BENCHMARK(Peak)->Unit(benchmark::kMillisecond)->UseRealTime();
 FOR_ALL_SIZES(SpinSystem);
 FOR_ALL_SIZES(DenseExponential);
 FOR_ALL_SIZES(SectorPropagator);

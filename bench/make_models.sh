@@ -6,8 +6,10 @@
 #   fid-8-spins    n = 256, a chain with full coupling, 1024 points
 #   fid-5-spins    n = 32, the same, 4096 points
 #   cosy-3-spins   n = 8, 128 rows x 512 points
-#   slice-4-spins  lactate, a pulse of 256 samples at 64 positions
-#   press-4-spins  lactate, PRESS over 24 x 24 x 24 voxels
+#   slice-4-spins     lactate, n = 16, a pulse of 256 samples at 64 positions
+#   press-gaba-8      GABA, n = 64, PRESS over 8 x 8 x 8 voxels
+#   press-lactate-16  lactate, PRESS over 16 x 16 x 16 voxels
+#   press-lactate-64  the same over 64 x 64 x 64: 1 GiB of density matrices
 #
 # Their waveforms are those of this checkout's sequences. Run one with
 #   time build/zan --run-model FOLDER/fid-8-spins.zanmodel
@@ -97,5 +99,14 @@ model cosy-3-spins cosy-3-spins.zanspin cosy-3-spins.zanseq "${one_position[@]}"
 lactate=$root/spin-systems/lactate-3t.zanspin
 model slice-4-spins "$lactate" "$root/sequences/lactate-slice/lactate-slice.zanseq" \
     64 1 1 -1.575 0 0 0.05 0 0
-model press-4-spins "$lactate" "$root/sequences/lactate-press/lactate-press.zanseq" \
-    24 24 24 -1.15 -1.15 -1.15 0.1 0.1 0.1
+press() # NAME SPIN_FILE POSITIONS_ALONG_AN_AXIS SPACING: a cube of 2 cm about the centre
+{
+    local first
+    first=$(awk -v n="$3" -v d="$4" 'BEGIN { printf "%.6f", -0.5 * (n - 1) * d }')
+    model "$1" "$2" "$root/sequences/lactate-press/lactate-press.zanseq" "$3" "$3" "$3" \
+        "$first" "$first" "$first" "$4" "$4" "$4"
+}
+
+press press-gaba-8 "$root/spin-systems/gaba-7t.zanspin" 8 0.25
+press press-lactate-16 "$lactate" 16 0.125
+press press-lactate-64 "$lactate" 64 0.03125

@@ -40,10 +40,11 @@ bool read_cmatrix_row(FILE *fp, int n_, CMatrix *mat, int row);
 // One whole matrix, fn rows of n elements, from the current position: 1 or 0.
 int read_density_matrix(FILE *in, int n, int fn, CMatrix *mat);
 
-// The file's own layout of one matrix: n·n elements by rows from 0.
+// The file's own layout: matrix after matrix, n·n elements by rows from 0. Reading returns how many
+// whole matrices there were, count at most.
 typedef std::complex<double> Complex;
-bool read_packed_matrix(FILE *in, int n, Complex *packed);
-bool write_packed_matrix(FILE *out, int n, const Complex *packed);
+int read_packed_matrices(FILE *in, int n, int count, Complex *packed);
+bool write_packed_matrices(FILE *out, int n, int count, const Complex *packed);
 
 // ---- whole files ----
 binfh_status copy_file_binary(const char *src, const char *dst);

@@ -148,20 +148,21 @@ static size_t packed_count(int n)
     return static_cast<size_t>(n) * static_cast<size_t>(n);
 }
 
-bool read_packed_matrix(FILE *in, int n, Complex *packed)
+int read_packed_matrices(FILE *in, int n, int count, Complex *packed)
 {
-    if (!in || !packed || !is_row_length(n)) {
-        return false;
+    if (!in || !packed || !is_row_length(n) || count < 1) {
+        return 0;
     }
-    return std::fread(packed, sizeof *packed, packed_count(n), in) == packed_count(n);
+    return (int)std::fread(packed, packed_count(n) * sizeof *packed, (size_t)count, in);
 }
 
-bool write_packed_matrix(FILE *out, int n, const Complex *packed)
+bool write_packed_matrices(FILE *out, int n, int count, const Complex *packed)
 {
-    if (!out || !packed || !is_row_length(n)) {
+    if (!out || !packed || !is_row_length(n) || count < 0) {
         return false;
     }
-    return std::fwrite(packed, sizeof *packed, packed_count(n), out) == packed_count(n);
+    const size_t elements = packed_count(n) * (size_t)count;
+    return std::fwrite(packed, sizeof *packed, elements, out) == elements;
 }
 
 // -------------------------------------------------------------------------------- whole files

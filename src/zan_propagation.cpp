@@ -56,7 +56,7 @@ static WriteResult write_copies(int type, int num1, int count, const CMatrix *ma
     else
         result = NO_DATA;
     for (int c = 0; c < count && result == WRITTEN; c++)
-        if (!write_packed_matrix(store.get(), rt.n, packed.get()))
+        if (!write_packed_matrices(store.get(), rt.n, 1, packed.get()))
             result = NO_DATA;
     if (result == WRITTEN && !close_and_replace(std::move(store)))
         result = NO_DATA;
@@ -132,9 +132,7 @@ static void keep_last(const Batch &b)
 
 static bool read_batch(FILE *in, int wanted, Batch *b)
 {
-    b->count = 0;
-    while (b->count < wanted && read_packed_matrix(in, rt.n, b->rho.get() + b->count * b->size))
-        b->count++;
+    b->count = read_packed_matrices(in, rt.n, wanted, b->rho.get());
     return b->count == wanted;
 }
 
@@ -195,11 +193,10 @@ static const char *propagate_voxels(FILE *in, FILE *store, const SectorField &fi
         RotateDensities(rt.n, cache.propagators.get(), b.which.get(), b.count, b.rho.get());
         share_histories(&histories, &b);
         keep_last(b);
-        for (int v = 0; v < b.count; v++) {
-            if (!write_packed_matrix(store, rt.n, b.rho.get() + v * b.size))
-                return STORE_WRITE_ERROR;
+        if (!write_packed_matrices(store, rt.n, b.count, b.rho.get()))
+            return STORE_WRITE_ERROR;
+        for (int v = 0; v < b.count; v++)
             print_progress(first + v + 1, voxels);
-        }
         if (!whole)
             return "Rotate3D: read error from dm.bin";
     }
@@ -375,14 +372,11 @@ static const char *propagate_rows(FILE *in, FILE *store, const SectorField &fiel
             find_evolution_propagators(field, dt, first, b, propagators.get());
         RotateDensities(rt.n, propagators.get(), b.which.get(), b.count, b.rho.get());
         keep_last(b);
-        for (int v = 0; v < b.count; v++) {
-            if (!write_packed_matrix(store, rt.n, b.rho.get() + v * b.size))
-                return "Rotate2D: write error to store";
-            if (!ZAN_GetSmokeCheckMode()) {
-                std::printf("*");
-                std::fflush(stdout);
-            }
-        }
+        if (!write_packed_matrices(store, rt.n, b.count, b.rho.get()))
+            return "Rotate2D: write error to store";
+        for (int v = 0; v < b.count && !ZAN_GetSmokeCheckMode(); v++)
+            std::printf("*");
+        std::fflush(stdout);
         if (!whole)
             return "Rotate2D: read error from dm.bin";
     }

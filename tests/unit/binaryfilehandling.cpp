@@ -326,14 +326,14 @@ TEST_F(BinFiles, PackedMatricesHaveTheLayoutOfTheRows)
     std::vector<Complex> packed(n * n);
     pack_matrix(n, &A, packed.data());
     EXPECT_EQ(packed[1 * n + 2], Complex(A[2][3][COMPLEX_RE], A[2][3][COMPLEX_IM]));
-    ASSERT_TRUE(write_packed_matrix(f.get(), n, packed.data()));
+    ASSERT_TRUE(write_packed_matrices(f.get(), n, 1, packed.data()));
     f.rewind();
     EXPECT_EQ(read_density_matrix(f.get(), n, n, &B), 1);
     EXPECT_TRUE(same_elements(n, A, B));
 
     f.rewind();
     std::vector<Complex> again(n * n);
-    ASSERT_TRUE(read_packed_matrix(f.get(), n, again.data()));
+    ASSERT_TRUE(read_packed_matrices(f.get(), n, 1, again.data()));
     EXPECT_EQ(again, packed);
     fill_all(&B, 7.0);
     unpack_matrix(n, again.data(), &B);
@@ -341,23 +341,35 @@ TEST_F(BinFiles, PackedMatricesHaveTheLayoutOfTheRows)
     EXPECT_TRUE(outside_is(n, B, 7.0));
 }
 
+TEST_F(BinFiles, CountsTheWholeMatricesThatAFileStillHolds)
+{
+    Scratch f;
+    std::vector<Complex> packed(4 * 9, Complex(1.0, 2.0)), again(4 * 9);
+    ASSERT_TRUE(write_packed_matrices(f.get(), 3, 3, packed.data()));
+    ASSERT_TRUE(write_packed_matrices(f.get(), 2, 1, packed.data())); // not a whole one
+    f.rewind();
+    EXPECT_EQ(read_packed_matrices(f.get(), 3, 2, again.data()), 2);
+    EXPECT_EQ(read_packed_matrices(f.get(), 3, 4, again.data()), 1);
+    EXPECT_EQ(read_packed_matrices(f.get(), 3, 0, again.data()), 0);
+}
+
 TEST_F(BinFiles, PackedTransfersRefuseBadArgumentsAndShortFiles)
 {
     Scratch f;
     std::vector<Complex> packed(257 * 257, Complex(1.0, 2.0));
-    EXPECT_FALSE(write_packed_matrix(nullptr, 2, packed.data()));
-    EXPECT_FALSE(write_packed_matrix(f.get(), 2, nullptr));
-    EXPECT_FALSE(read_packed_matrix(nullptr, 2, packed.data()));
-    EXPECT_FALSE(read_packed_matrix(f.get(), 2, nullptr));
+    EXPECT_FALSE(write_packed_matrices(nullptr, 2, 1, packed.data()));
+    EXPECT_FALSE(write_packed_matrices(f.get(), 2, 1, nullptr));
+    EXPECT_FALSE(read_packed_matrices(nullptr, 2, 1, packed.data()));
+    EXPECT_FALSE(read_packed_matrices(f.get(), 2, 1, nullptr));
     for (int bad : {0, -1, 258}) {
-        EXPECT_FALSE(write_packed_matrix(f.get(), bad, packed.data()));
-        EXPECT_FALSE(read_packed_matrix(f.get(), bad, packed.data()));
+        EXPECT_FALSE(write_packed_matrices(f.get(), bad, 1, packed.data()));
+        EXPECT_FALSE(read_packed_matrices(f.get(), bad, 1, packed.data()));
     }
     EXPECT_EQ(std::ftell(f.get()), 0);
-    ASSERT_TRUE(write_packed_matrix(f.get(), 257, packed.data()));
+    ASSERT_TRUE(write_packed_matrices(f.get(), 257, 1, packed.data()));
     f.rewind();
-    EXPECT_TRUE(read_packed_matrix(f.get(), 257, packed.data()));
-    EXPECT_FALSE(read_packed_matrix(f.get(), 1, packed.data()));
+    EXPECT_TRUE(read_packed_matrices(f.get(), 257, 1, packed.data()));
+    EXPECT_FALSE(read_packed_matrices(f.get(), 1, 1, packed.data()));
 }
 
 // ---------------------------------------------------------------------------------- whole files
