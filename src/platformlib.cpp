@@ -184,7 +184,8 @@ void plat_console_clear(void)
 
 void plat_console_utf8(void)
 {
-    SetConsoleOutputCP(65001);
+    SetConsoleCP(CP_UTF8);
+    SetConsoleOutputCP(CP_UTF8);
 }
 
 static std::vector<std::string> list_entries(const std::string &dir)
