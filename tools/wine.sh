@@ -8,7 +8,7 @@ set -euo pipefail
 BUILD=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)/build-windows
 
 export WINEPREFIX=$BUILD/wine WINEDEBUG=-all
-export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe='
+export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe=;winedbg.exe='
 export HOME=$WINEPREFIX # nothing of the user's own is linked into it
 export LC_ALL=C.UTF-8   # names of files are UTF-8
 unset DISPLAY WAYLAND_DISPLAY

@@ -424,7 +424,7 @@ TEST(Composer, AFileThatDoesNotOpenIsToldAndNotNoted)
         Answers answers = family == 1 ? spatial : flat;
         answers.pop_back();
         const ProgramResult result = compose_session(tree, family, answers);
-        EXPECT_EQ(result.err, path + ": Is a directory\n");
+        EXPECT_EQ(result.err, directory_message(path));
         EXPECT_FALSE(mentions(result.out, "Sector waveform file written to"));
         EXPECT_FALSE(mentions(result.out, "Sector note (optional): "));
         EXPECT_TRUE(mentions(result.out, " : " + path + "\n")); // its name stays in the sector

@@ -4,8 +4,10 @@
 #include "platformlib.h"
 #include "process.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -74,6 +76,15 @@ void write_file(const std::string &path, const std::string &text)
     out.close();
     if (!out)
         std::abort();
+}
+
+std::string directory_message(const std::string &what)
+{
+    if (FILE *opened = std::fopen(".", "wb")) {
+        std::fclose(opened);
+        return "a directory opens for writing";
+    }
+    return what + ": " + std::strerror(errno) + "\n";
 }
 
 void write_doubles(const std::string &path, const std::vector<double> &values)

@@ -312,7 +312,7 @@ void expect_same_model(const Case &c, const TestModel &loaded)
     expect_same_spins(c.model.spin, loaded.spin);
     expect_same_sequence(c.model.seq, loaded.seq);
     expect_same_grid(c.model.cfg, loaded.cfg);
-    EXPECT_EQ(loaded.cfg.result_filename, c.result.loaded) << c.result.given;
+    EXPECT_EQ(fs::path(loaded.cfg.result_filename), c.result.loaded) << c.result.given;
 }
 
 class ModelRoundTrip : public testing::TestWithParam<unsigned>

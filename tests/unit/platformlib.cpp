@@ -23,7 +23,7 @@ TEST(Platform, TheExecutablePathNamesTheRunningProgram)
     std::string path;
     ASSERT_TRUE(plat_executable_path(&path));
     EXPECT_TRUE(plat_is_regular_file(path.c_str()));
-    EXPECT_EQ(fs::path(path).filename(), "unit_tests");
+    EXPECT_EQ(fs::path(path).stem(), "unit_tests");
 }
 
 TEST(PlatformMakeDir, AnExistingDirectoryIsSuccess)
@@ -56,7 +56,7 @@ TEST(PlatformChangeDir, TheCurrentDirectoryIsTheOneEntered)
     ASSERT_TRUE(plat_current_dir(&before));
     ASSERT_TRUE(plat_change_dir(in_tree("models").c_str()));
     ASSERT_TRUE(plat_current_dir(&after));
-    EXPECT_EQ(after, in_tree("models"));
+    EXPECT_EQ(fs::path(after), in_tree("models"));
     EXPECT_FALSE(plat_change_dir(in_tree("nowhere").c_str()));
     ASSERT_TRUE(plat_change_dir(before.c_str()));
 }
