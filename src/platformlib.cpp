@@ -102,6 +102,8 @@ static int errno_of(DWORD error)
         return EACCES;
     case ERROR_DISK_FULL:
         return ENOSPC;
+    case ERROR_FILENAME_EXCED_RANGE:
+        return ENAMETOOLONG;
     default:
         return EIO;
     }

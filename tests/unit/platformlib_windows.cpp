@@ -9,19 +9,18 @@
 
 namespace fs = std::filesystem;
 
-TEST(PlatformWindows, DirectoriesAreListedInUtf8)
+TEST(PlatformWindows, NamesAreUtf8)
 {
     const TempDir dir;
     const std::vector<std::string> names = {"b\xc3\xa4r.bin", "\xce\xbc-\xe6\xa0\xb8.bin"};
+    const fs::path same_names[] = {L"b\u00e4r.bin", L"\u03bc-\u6838.bin"};
     for (const std::string &name : names)
         write_file(dir.path + "/" + name, name);
     EXPECT_EQ(plat_list_files(dir.path.c_str(), ".bin"), names);
-    for (const std::string &name : names) {
-        const fs::path wide = fs::path(dir.path) / fs::u8path(name);
-        EXPECT_TRUE(fs::exists(wide)) << name;
-        EXPECT_TRUE(plat_same_file((dir.path + "/" + name).c_str(), wide.u8string().c_str()));
+    for (const fs::path &name : same_names)
+        EXPECT_TRUE(fs::exists(dir.path / name)) << name;
+    for (const std::string &name : names)
         EXPECT_TRUE(plat_is_file((dir.path + "\\" + name).c_str())) << name;
-    }
 }
 
 TEST(PlatformWindows, APathIsFoundInAnyCaseAndStaysAsTyped)
