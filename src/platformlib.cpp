@@ -10,7 +10,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 
 static std::atomic<bool> interrupted; // lock-free: may be set in a signal handler
 
@@ -89,6 +88,26 @@ bool plat_is_regular_file(const char *path)
 bool plat_exists(const char *path)
 {
     return has_attributes(path, 0, 0);
+}
+
+// The identity of a file or directory, whatever its name was typed like.
+static bool identify(const char *path, BY_HANDLE_FILE_INFORMATION *info)
+{
+    const DWORD share_all = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE file = CreateFileA(path, 0, share_all, nullptr, OPEN_EXISTING,
+                                    FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return false;
+    const bool known = GetFileInformationByHandle(file, info) != 0;
+    CloseHandle(file);
+    return known;
+}
+
+bool plat_same_file(const char *a, const char *b)
+{
+    BY_HANDLE_FILE_INFORMATION x, y;
+    return identify(a, &x) && identify(b, &y) && x.dwVolumeSerialNumber == y.dwVolumeSerialNumber &&
+           x.nFileIndexHigh == y.nFileIndexHigh && x.nFileIndexLow == y.nFileIndexLow;
 }
 
 static int errno_of(DWORD error)
@@ -285,6 +304,12 @@ bool plat_exists(const char *path)
     return lstat(path, &info) == 0; // a link that leads nowhere exists too
 }
 
+bool plat_same_file(const char *a, const char *b)
+{
+    struct stat x, y;
+    return stat(a, &x) == 0 && stat(b, &y) == 0 && x.st_dev == y.st_dev && x.st_ino == y.st_ino;
+}
+
 bool plat_replace_file(const char *from, const char *to)
 {
     return std::rename(from, to) == 0;
@@ -391,12 +416,6 @@ static std::vector<std::string> list_entries(const std::string &dir)
 bool plat_interrupted(void)
 {
     return interrupted;
-}
-
-bool plat_same_file(const char *a, const char *b)
-{
-    std::error_code none;
-    return std::filesystem::equivalent(a, b, none);
 }
 
 bool plat_make_dir(const char *path)

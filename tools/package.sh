@@ -25,14 +25,14 @@ files_of() # FOLDERS...
 }
 
 # The program lies in build/, as the documentation says and the reference checks want it.
-fill() # FOLDER PROGRAM NAME STRIP README LINE_END
+fill() # FOLDER PROGRAM NAME README LINE_END
 {
     local folder=$WORK/$1
     mkdir -p "$folder/build"
     files_of docs "${EXAMPLES[@]}" | xargs -0 cp --parents -t "$folder"
     cp LICENSE CHANGELOG.md "$folder"
-    sed "s/@VERSION@/$VERSION/; s/\$/$6/" "$5" >"$folder/README.txt"
-    "$4" -o "$folder/build/$3" "$2"
+    sed "s/@VERSION@/$VERSION/; s/\$/$5/" "$4" >"$folder/README.txt"
+    cp "$2" "$folder/build/$3"
     find "$folder" -type f -exec chmod 644 {} +
     chmod 755 "$folder/build/$3"
     find "$folder" -exec touch -d '2000-01-01 00:00:00' {} +
@@ -48,14 +48,14 @@ done
 mkdir -p dist
 
 name=zan-$VERSION-linux-x86_64
-fill "$name" build/zan_static zan strip tools/package-linux.txt ''
+fill "$name" build/zan_static zan tools/package-linux.txt ''
 tar -C "$WORK" --format=ustar --sort=name --owner=0 --group=0 --numeric-owner \
     -cf "$WORK/$name.tar" "$name"
 gzip -9n <"$WORK/$name.tar" >"dist/$name.tar.gz"
 echo "dist/$name.tar.gz"
 
 name=zan-$VERSION-windows-x86_64
-fill "$name" build-windows/zan.exe zan.exe x86_64-w64-mingw32-strip tools/package-windows.txt '\r'
+fill "$name" build-windows/zan.exe zan.exe tools/package-windows.txt '\r'
 (cd "$WORK" && find "$name" -type f | sort | zip -9 -q -X -D -@ "$name.zip")
 mv "$WORK/$name.zip" dist/
 echo "dist/$name.zip"

@@ -70,7 +70,9 @@ std::string read_file(const std::string &path)
 
 void write_file(const std::string &path, const std::string &text)
 {
-    fs::create_directories(fs::path(path).parent_path());
+    const std::u8string utf8(path.begin(),
+                             path.end()); // a plain string would be Latin-1 to Windows
+    fs::create_directories(fs::path(utf8).parent_path());
     std::ofstream out(path, std::ios::binary);
     out << text;
     out.close();

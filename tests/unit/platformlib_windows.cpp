@@ -19,8 +19,12 @@ TEST(PlatformWindows, NamesAreUtf8)
     EXPECT_EQ(plat_list_files(dir.path.c_str(), ".bin"), names);
     for (const fs::path &name : same_names)
         EXPECT_TRUE(fs::exists(dir.path / name)) << name;
-    for (const std::string &name : names)
-        EXPECT_TRUE(plat_is_file((dir.path + "\\" + name).c_str())) << name;
+    for (const std::string &name : names) {
+        const std::string plain = dir.path + "\\" + name, other = dir.path + "/./" + name;
+        EXPECT_TRUE(plat_is_file(plain.c_str())) << name;
+        EXPECT_TRUE(plat_same_file(plain.c_str(), other.c_str())) << name;
+        EXPECT_FALSE(plat_same_file(plain.c_str(), dir.path.c_str())) << name;
+    }
 }
 
 TEST(PlatformWindows, APathIsFoundInAnyCaseAndStaysAsTyped)
