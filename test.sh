@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds and runs every test.
 #
-#   ./test.sh            the release build, the sanitizer build, and the Windows build (compiled only)
+#   ./test.sh            the release build, the sanitizer build, the Windows build (under Wine), and
+#                        the packages of both systems
 #   ./test.sh --quick    the release build alone
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
@@ -38,22 +39,34 @@ build() # PRESET
     fi
 }
 
-# Adds the counts of ctest's last line, "..., F tests failed out of N".
+total() # PATTERN LOG: the sum of the numbers that the pattern's group finds
+{
+    sed -n "s/.*$1.*/\1/p" "$2" | awk '{ sum += $1 } END { print sum + 0 }'
+}
+
+# Of ctest's last line, "..., F tests failed out of N"; of the Windows tests, which ctest runs in a
+# few shares, of the shares' own last lines.
 count_tests() # PRESET
 {
-    local counts
-    counts=$(sed -n 's/.* \([0-9]*\) tests failed out of \([0-9]*\)$/\1 \2/p' "$LOGS/$1-tests.log")
-    read -r bad all <<<"${counts:-0 0}"
+    local log=$LOGS/$1-tests.log good
+    if [[ $1 == windows-tests ]]; then
+        bad=$(total '\[  FAILED  \] \([0-9]*\) tests\{0,1\}, listed' "$log")
+        good=$(total '\[  PASSED  \] \([0-9]*\) tests\{0,1\}\.' "$log")
+        all=$((good + bad))
+    else
+        bad=$(total ' \([0-9]*\) tests failed out of [0-9]*$' "$log")
+        all=$(total ' [0-9]* tests failed out of \([0-9]*\)$' "$log")
+    fi
     failed=$((failed + bad))
     passed=$((passed + all - bad))
 }
 
-run_tests() # PRESET FOLDER
+run_tests() # PRESET FOLDER CTEST_OPTIONS...
 {
     local bad all
     echo "Testing $1 ..."
     if quietly "$1-tests" ctest --test-dir "$2" --output-on-failure --no-tests=error \
-        -j "$(nproc)"
+        -j "$(nproc)" "${@:3}"
     then
         count_tests "$1"
         report "ok    " "$1 tests: $all, none failed"
@@ -63,11 +76,22 @@ run_tests() # PRESET FOLDER
     fi
 }
 
+check_packages()
+{
+    echo "Packing ..."
+    if quietly packages tests/packages.sh; then
+        report "ok    " "packages: both run their first example"
+    else
+        report "FAILED" "packages"
+    fi
+}
+
 tools/setup.sh test
 if build release-tests; then run_tests release-tests build; fi
 if [[ $quick == no ]]; then
     if build sanitize; then run_tests sanitize build-sanitize; fi
-    build windows || true
+    if build windows-tests; then run_tests windows-tests build-windows -V; fi
+    check_packages
 fi
 
 echo

@@ -69,11 +69,11 @@ static bool write_frequency_trace(FILE *out, int trace, int pp, double df, const
 
 static bool open_csv_files(CsvPair *csv)
 {
-    if (!open_output(&csv->td, csv->td_name, "w")) {
+    if (!open_output(&csv->td, csv->td_name, "wb")) {
         std::perror("fopen(td.csv)");
         return false;
     }
-    if (open_output(&csv->fd, csv->fd_name, "w"))
+    if (open_output(&csv->fd, csv->fd_name, "wb"))
         return true;
     std::perror("fopen(fd.csv)");
     discard_output(&csv->td);
@@ -200,7 +200,7 @@ static std::string quoted_for_gnuplot(const char *text)
 int WriteGnuplotSpectrumScript(const char *gp_name, const char *csv_name, const char *plot_title)
 {
     OutputFile out;
-    if (!open_output(&out, gp_name, "w")) {
+    if (!open_output(&out, gp_name, "wb")) {
         std::perror(gp_name);
         return 0;
     }

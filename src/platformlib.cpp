@@ -10,7 +10,6 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 
 static std::atomic<bool> interrupted; // lock-free: may be set in a signal handler
 
@@ -91,6 +90,26 @@ bool plat_exists(const char *path)
     return has_attributes(path, 0, 0);
 }
 
+// The identity of a file or directory, whatever its name was typed like.
+static bool identify(const char *path, BY_HANDLE_FILE_INFORMATION *info)
+{
+    const DWORD share_all = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
+    const HANDLE file = CreateFileA(path, 0, share_all, nullptr, OPEN_EXISTING,
+                                    FILE_FLAG_BACKUP_SEMANTICS, nullptr);
+    if (file == INVALID_HANDLE_VALUE)
+        return false;
+    const bool known = GetFileInformationByHandle(file, info) != 0;
+    CloseHandle(file);
+    return known;
+}
+
+bool plat_same_file(const char *a, const char *b)
+{
+    BY_HANDLE_FILE_INFORMATION x, y;
+    return identify(a, &x) && identify(b, &y) && x.dwVolumeSerialNumber == y.dwVolumeSerialNumber &&
+           x.nFileIndexHigh == y.nFileIndexHigh && x.nFileIndexLow == y.nFileIndexLow;
+}
+
 static int errno_of(DWORD error)
 {
     switch (error) {
@@ -102,6 +121,8 @@ static int errno_of(DWORD error)
         return EACCES;
     case ERROR_DISK_FULL:
         return ENOSPC;
+    case ERROR_FILENAME_EXCED_RANGE:
+        return ENAMETOOLONG;
     default:
         return EIO;
     }
@@ -184,7 +205,8 @@ void plat_console_clear(void)
 
 void plat_console_utf8(void)
 {
-    SetConsoleOutputCP(65001);
+    SetConsoleCP(CP_UTF8);
+    SetConsoleOutputCP(CP_UTF8);
 }
 
 static std::vector<std::string> list_entries(const std::string &dir)
@@ -280,6 +302,12 @@ bool plat_exists(const char *path)
 {
     struct stat info;
     return lstat(path, &info) == 0; // a link that leads nowhere exists too
+}
+
+bool plat_same_file(const char *a, const char *b)
+{
+    struct stat x, y;
+    return stat(a, &x) == 0 && stat(b, &y) == 0 && x.st_dev == y.st_dev && x.st_ino == y.st_ino;
 }
 
 bool plat_replace_file(const char *from, const char *to)
@@ -388,12 +416,6 @@ static std::vector<std::string> list_entries(const std::string &dir)
 bool plat_interrupted(void)
 {
     return interrupted;
-}
-
-bool plat_same_file(const char *a, const char *b)
-{
-    std::error_code none;
-    return std::filesystem::equivalent(a, b, none);
 }
 
 bool plat_make_dir(const char *path)

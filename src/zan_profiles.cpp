@@ -20,7 +20,8 @@ static void write_profile_line(FILE *out, int p, const Complex2 &value)
     const int64_t ix = plane > 0 ? p / plane : 0, rest = plane > 0 ? p % plane : 0;
     const int64_t iy = rt.ndz > 0 ? rest / rt.ndz : 0, iz = rt.ndz > 0 ? rest % rt.ndz : 0;
     std::fprintf(out, "%d,%.17g,%.17g,%.17g,%.17g,%.17g\n", p + 1, rt.x0 + (double)ix * rt.dx,
-                 rt.y0 + (double)iy * rt.dy, rt.z0 + (double)iz * rt.dz, value[COMPLEX_RE], value[COMPLEX_IM]);
+                 rt.y0 + (double)iy * rt.dy, rt.z0 + (double)iz * rt.dz, value[COMPLEX_RE],
+                 value[COMPLEX_IM]);
 }
 
 static bool write_profile_lines(FILE *in, int points, const CMatrix *op, FILE *out)
@@ -80,7 +81,7 @@ int ZANWriteExpectationProfile(const char *density_path, const char *operator_ex
     if (!in)
         return 0;
     OutputFile out;
-    if (!open_output(&out, output_path, "w")) {
+    if (!open_output(&out, output_path, "wb")) {
         std::perror("Expectation profile: output file");
         return 0;
     }

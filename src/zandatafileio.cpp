@@ -66,7 +66,7 @@ static dataio_status write_rows(const RowLayout &layout, size_t ap, const double
         return DATAIO_ERR_NULLPTR;
     OutputFile out;
     errno = 0;
-    if (!open_output(&out, filename, "w"))
+    if (!open_output(&out, filename, "wb"))
         return io_error("fopen(write)");
     if (write_all_rows(out.file, layout, ap, x) && commit_output(&out))
         return DATAIO_OK;

@@ -30,6 +30,9 @@ test)
     library libgtest-dev gtest/gtest.h
     library libbenchmark-dev benchmark/benchmark.h
     program g++-mingw-w64-x86-64-posix x86_64-w64-mingw32-g++-posix
+    program wine wine
+    program zip zip
+    program unzip unzip
     ;;
 *)
     echo "usage: tools/setup.sh [test]" >&2

@@ -100,6 +100,20 @@ TEST(RunModel, PrintsTheSummaryAndLeavesTheResult)
     }
 }
 
+TEST(RunModel, NamesMayHaveLettersOfAnyLanguage)
+{
+    const Tree tree;
+    const std::string name = "m\xc3\xbcller \xce\xbc-\xe6\xa0\xb8";
+    const std::string model = write_one_spin_model(tree, name, 1);
+    const ProgramResult run = run_zan(tree, {"--run-model", model});
+    EXPECT_EQ(run.exit_code, 0) << run.err;
+    EXPECT_NE(run.out.find("[ZAN] Loaded model: " + model + "\n"), std::string::npos) << run.out;
+    EXPECT_GT(read_file(tree_path(tree, "build/runtime/results/" + name + ".bin")).size(), 12u);
+    const ProgramResult menu = run_zan(tree, {}, "3\n1\n\n6\n");
+    EXPECT_NE(menu.out.find("    1) " + name + ".zanmodel\n"), std::string::npos) << menu.out;
+    EXPECT_NE(menu.out.find("\n Loaded model : " + model + "\n"), std::string::npos) << menu.out;
+}
+
 // -------------------------------------------------------------------------- run directories
 
 static std::string run_dir(const Tree &tree, const std::string &name, long pid)

@@ -424,7 +424,7 @@ TEST(Composer, AFileThatDoesNotOpenIsToldAndNotNoted)
         Answers answers = family == 1 ? spatial : flat;
         answers.pop_back();
         const ProgramResult result = compose_session(tree, family, answers);
-        EXPECT_EQ(result.err, path + ": Is a directory\n");
+        EXPECT_EQ(result.err, directory_message(path));
         EXPECT_FALSE(mentions(result.out, "Sector waveform file written to"));
         EXPECT_FALSE(mentions(result.out, "Sector note (optional): "));
         EXPECT_TRUE(mentions(result.out, " : " + path + "\n")); // its name stays in the sector
@@ -440,7 +440,7 @@ TEST(Composer, APathOf255CharactersIsStoredAndALongerOneRefused)
     again.pop_back();             // no note
     again.erase(again.end() - 2); // the short name is known
     const ProgramResult result = compose_session(tree, 1, waiting_sector_named(fits) + again);
-    EXPECT_EQ(read_file(tree_path(tree, "rf-output/" + fits)).size(), 40u);
+    EXPECT_EQ(read_file(tree_path(tree, "rf-output/" + fits)).size(), 40u) << result.err;
     EXPECT_TRUE(mentions(result.out, "Resolved output path is too long for internal storage:\n"
                                      "  " +
                                          tree_path(tree, "rf-output/" + longer) + "\n"));

@@ -1,6 +1,7 @@
 // The optimizer from the menus: whole sessions from import to write-back, the model run again with
 // its new pulse, Ctrl-C during a search, and the pulse that docs/optimization.md works on,
 // shortened.
+#include "fake_gnuplot.h"
 #include "sessions.h"
 
 #include <algorithm>
@@ -149,19 +150,17 @@ TEST(OptimizerSession, AnOperatorFromTheListAndAPulseOfItsOwn)
     write_model(tree, sectors);
     const std::string session = "3\n1\n\n2\n5\n2\n2\n1\nIy\n4\n2\n200\n90\n0\n"
                                 "1\nbest.csv\n2\n\n7\n6\n";
-    write_file(tree_path(tree, "bin/gnuplot"), "#!/bin/sh\nexit 0\n");
-    fs::permissions(tree_path(tree, "bin/gnuplot"), fs::perms::owner_all);
-    const std::string path = std::getenv("PATH") ? std::getenv("PATH") : "";
-    setenv("PATH", (tree_path(tree, "bin") + ":" + path).c_str(), 1);
+    const FakeGnuplot gnuplot(tree_path(tree, "bin"));
     const std::string pulse = read_file(tree_path(tree, "sequences/select/waveforms/pulse2.bin"));
     const ProgramResult run = run_zan(tree, {}, session);
-    setenv("PATH", path.c_str(), 1);
+    EXPECT_EQ(arguments_of_gnuplot(tree_path(tree, "build/runtime")), "-persist\nbest.csv.gp\n");
     EXPECT_TRUE(matches_expected("optimize_sector_csv", without_search(transcript(tree, run))));
     EXPECT_TRUE(fs::exists(tree_path(tree, "build/runtime/best.csv")));
     EXPECT_TRUE(fs::exists(tree_path(tree, "build/runtime/best.csv.gp")));
     EXPECT_EQ(read_file(tree_path(tree, "sequences/select/waveforms/pulse2.bin")), pulse);
     const ProgramResult windows = run_zan(tree, {}, with_crlf(session));
     EXPECT_EQ(windows.out, run.out);
+    EXPECT_EQ(arguments_of_gnuplot(tree_path(tree, "build/runtime")), "-persist\nbest.csv.gp\n");
 }
 
 TEST(OptimizerSession, ASpatialModelIsRefused)

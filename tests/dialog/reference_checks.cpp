@@ -119,7 +119,7 @@ TEST(ReferenceChecks, FailWhereTheResultCannotBeWritten)
     write_file(tree_path(tree, result + "/file"), "a directory with a file in the way");
     const ProgramResult run = run_zan(tree, {}, "5\n\n6\n");
     const std::string out = normalized(tree, run, run.out);
-    EXPECT_EQ(run.err, "fopen(dst): Is a directory\n");
+    EXPECT_EQ(run.err, directory_message("fopen(dst)"));
     EXPECT_EQ(count_of(out, "FAIL spatgrad  result file was not created: <TREE>/" + result + "\n"),
               1)
         << out;

@@ -1,10 +1,6 @@
 // Spectra from the run menu: average and separate, every export, what ends the dialogs.
+#include "fake_gnuplot.h"
 #include "sessions.h"
-
-#include <chrono>
-#include <cstdlib>
-#include <filesystem>
-#include <thread>
 
 namespace
 {
@@ -17,27 +13,6 @@ const std::string leave = "\n\n7\n6\n";
 std::string runtime_file(const Tree &tree, const std::string &name)
 {
     return read_file(tree_path(tree, "build/runtime/" + name));
-}
-
-// A gnuplot that writes down its arguments, first in PATH while this lasts.
-struct FakeGnuplot {
-    std::string path_before = std::getenv("PATH");
-
-    explicit FakeGnuplot(const Tree &tree)
-    {
-        const std::string program = tree_path(tree, "bin/gnuplot");
-        write_file(program, "#!/bin/sh\nprintf '%s\\n' \"$@\" > args.part\nmv args.part args\n");
-        std::filesystem::permissions(program, std::filesystem::perms::owner_all);
-        setenv("PATH", (tree_path(tree, "bin") + ":" + path_before).c_str(), 1);
-    }
-    ~FakeGnuplot() { setenv("PATH", path_before.c_str(), 1); }
-};
-
-std::string arguments_of_gnuplot(const Tree &tree)
-{
-    for (int tries = 0; tries < 1000 && runtime_file(tree, "args").empty(); tries++)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    return runtime_file(tree, "args");
 }
 
 } // namespace
@@ -71,7 +46,7 @@ TEST(Spectra, SeparateSignalsAreExportedAsCsv)
 {
     const Tree tree;
     write_one_spin_model(tree, "one", 2);
-    const FakeGnuplot gnuplot(tree);
+    const FakeGnuplot gnuplot(tree_path(tree, "bin"));
     EXPECT_TRUE(session_matches(tree, "spectra_separate_csv",
                                 run_first + "2\n4\n0.016\n-100\n2\nout\nn" + leave));
     EXPECT_EQ(runtime_file(tree, "out_td.csv").substr(0, 23), "t_s,f2_index,re,im,mag\n");
@@ -84,10 +59,10 @@ TEST(Spectra, AYesStartsGnuplotOnTheScript)
 {
     const Tree tree;
     write_one_spin_model(tree, "one", 2);
-    const FakeGnuplot gnuplot(tree);
+    const FakeGnuplot gnuplot(tree_path(tree, "bin"));
     EXPECT_TRUE(session_matches(tree, "spectra_separate_csv",
                                 run_first + "2 4 0.016 -100 2 out y" + leave));
-    EXPECT_EQ(arguments_of_gnuplot(tree), "-persist\nout_fd.csv.gp\n");
+    EXPECT_EQ(arguments_of_gnuplot(tree_path(tree, "build/runtime")), "-persist\nout_fd.csv.gp\n");
 }
 
 // Neither the shell nor gnuplot sees a command in a name.
@@ -95,10 +70,11 @@ TEST(Spectra, ANameIsOnlyAName)
 {
     const Tree tree;
     write_one_spin_model(tree, "one", 2);
-    const FakeGnuplot gnuplot(tree);
+    const FakeGnuplot gnuplot(tree_path(tree, "bin"));
     EXPECT_TRUE(session_matches(tree, "spectra_strange_name",
                                 run_first + "2 4 0.016 0 2 -e`touch\"x\";$(y)%s y" + leave));
-    EXPECT_EQ(arguments_of_gnuplot(tree), "-persist\n./-e`touch\"x\";$(y)%s_fd.csv.gp\n");
+    EXPECT_EQ(arguments_of_gnuplot(tree_path(tree, "build/runtime")),
+              "-persist\n./-e`touch\"x\";$(y)%s_fd.csv.gp\n");
     EXPECT_NE(runtime_file(tree, "-e`touch\"x\";$(y)%s_fd.csv.gp")
                   .find("plot \"-e\\`touch\\\"x\\\";$(y)%s_fd.csv\" using"),
               std::string::npos);
@@ -108,11 +84,9 @@ TEST(Spectra, AMissingGnuplotIsReported)
 {
     const Tree tree;
     write_one_spin_model(tree, "one", 2);
-    const std::string path = std::getenv("PATH");
-    setenv("PATH", "/missing", 1);
+    const ProgramPath nowhere("/missing");
     EXPECT_TRUE(session_matches(tree, "spectra_missing_gnuplot",
                                 run_first + "2 4 0.016 0 2 out y" + leave));
-    setenv("PATH", path.c_str(), 1);
 }
 
 TEST(Spectra, WhatIsNoNumberIsTheAverage)

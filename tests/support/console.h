@@ -4,6 +4,10 @@
 
 #include <string>
 
+// From now on standard input is this file. An earlier test's answer whose line was not read to its
+// end does not cost the new input a line.
+void use_as_stdin(const char *path);
+
 // From now on standard input gives text (from a file), then ends.
 void feed_stdin(const std::string &text);
 

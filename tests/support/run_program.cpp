@@ -1,20 +1,16 @@
 // run_program.cpp - starts the program, keeps what it prints, compares transcripts.
 #include "run_program.h"
 
+#include "platformlib.h"
+#include "process.h"
+
 #include <cerrno>
-#include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <thread>
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace fs = std::filesystem;
 
@@ -23,15 +19,12 @@ namespace fs = std::filesystem;
 // mkdtemp would put upper-case letters into the path; the process id does as well.
 static std::string new_temp_dir(void)
 {
-    const std::string base = fs::canonical(fs::temp_directory_path()).string();
-    for (int number = 1;; number++) {
-        const std::string dir =
-            base + "/zan-test-" + std::to_string(getpid()) + "-" + std::to_string(number);
-        if (mkdir(dir.c_str(), 0755) == 0)
-            return dir;
-        if (errno != EEXIST)
-            std::abort();
-    }
+    const std::string base = fs::canonical(fs::temp_directory_path()).generic_string();
+    const std::string start = base + "/zan-test-" + std::to_string(plat_process_id()) + "-";
+    int number = 1;
+    while (!fs::create_directory(start + std::to_string(number)))
+        number++;
+    return start + std::to_string(number);
 }
 
 // Directories below base whose path, with "/build", has the given length.
@@ -77,12 +70,23 @@ std::string read_file(const std::string &path)
 
 void write_file(const std::string &path, const std::string &text)
 {
-    fs::create_directories(fs::path(path).parent_path());
+    const std::u8string utf8(path.begin(),
+                             path.end()); // a plain string would be Latin-1 to Windows
+    fs::create_directories(fs::path(utf8).parent_path());
     std::ofstream out(path, std::ios::binary);
     out << text;
     out.close();
     if (!out)
         std::abort();
+}
+
+std::string directory_message(const std::string &what)
+{
+    if (FILE *opened = std::fopen(".", "wb")) {
+        std::fclose(opened);
+        return "a directory opens for writing";
+    }
+    return what + ": " + std::strerror(errno) + "\n";
 }
 
 void write_doubles(const std::string &path, const std::vector<double> &values)
@@ -93,81 +97,17 @@ void write_doubles(const std::string &path, const std::vector<double> &values)
 
 // ------------------------------------------------------------------------------------- runs
 
-static bool redirect(const std::string &path, int target, int flags)
-{
-    const int fd = open(path.c_str(), flags, 0644);
-    return fd >= 0 && dup2(fd, target) == target && close(fd) == 0;
-}
-
-// In the child; returns only when something failed.
-static void start_program(const Tree &tree, const std::vector<std::string> &args,
-                          const std::string &io_dir, RunAs user)
-{
-    const std::string program = tree_path(tree, "build/zan");
-    std::vector<char *> argv = {const_cast<char *>(program.c_str())};
-    for (const std::string &arg : args)
-        argv.push_back(const_cast<char *>(arg.c_str()));
-    argv.push_back(nullptr);
-    const int create = O_WRONLY | O_CREAT | O_TRUNC;
-    if (redirect(io_dir + "/stdin", STDIN_FILENO, O_RDONLY) &&
-        redirect(io_dir + "/stdout", STDOUT_FILENO, create) &&
-        redirect(io_dir + "/stderr", STDERR_FILENO, create) && chdir(tree.root.c_str()) == 0 &&
-        (user == RunAs::this_user || become_nobody()))
-        execv(program.c_str(), argv.data());
-}
-
-// When to press Ctrl-C, and where to look for it.
-struct Interrupt {
-    std::string sign;
-    int times; // 0: never
-};
-
-static int count_in(const std::string &text, const std::string &part)
-{
-    int count = 0;
-    for (size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
-        count++;
-    return count;
-}
-
-static int wait_for_exit(pid_t pid, const std::string &output, Interrupt interrupt)
-{
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(120);
-    int status = 0;
-    while (waitpid(pid, &status, WNOHANG) == 0) {
-        if (std::chrono::steady_clock::now() > deadline)
-            kill(pid, SIGKILL);
-        if (interrupt.times > 0 && count_in(read_file(output), interrupt.sign) >= interrupt.times) {
-            kill(pid, SIGINT);
-            interrupt.times = 0;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
 static ProgramResult run_copy(const Tree &tree, const std::vector<std::string> &args,
                               const std::string &stdin_text, RunAs user, const Interrupt &interrupt)
 {
     const std::string io_dir = tree.base + "/io";
+    const std::string name = std::string("zan") + program_suffix;
+    const std::string program = tree_path(tree, "build/" + name);
     write_file(io_dir + "/stdin", stdin_text);
-    fs::copy_file(ZAN_BINARY_DIR "/zan", tree_path(tree, "build/zan"),
-                  fs::copy_options::skip_existing);
-    if (user == RunAs::nobody && geteuid() != 0)
-        chmod(tree_path(tree, "build").c_str(), 0555);
-    const pid_t pid = fork();
-    if (pid == 0) {
-        start_program(tree, args, io_dir, user);
-        _exit(127);
-    }
-    ProgramResult result;
-    result.pid = pid;
-    result.exit_code = pid < 0 ? 127 : wait_for_exit(pid, io_dir + "/stdout", interrupt);
-    result.out = read_file(io_dir + "/stdout");
-    result.err = read_file(io_dir + "/stderr");
-    if (user == RunAs::nobody)
-        chmod(tree_path(tree, "build").c_str(), 0755);
-    return result;
+    fs::copy_file(ZAN_BINARY_DIR "/" + name, program, fs::copy_options::skip_existing);
+    const EndedProcess ended = run_process(program, args, tree.root, io_dir, user, interrupt);
+    return {ended.exit_code, printed_text(read_file(io_dir + "/stdout")),
+            printed_text(read_file(io_dir + "/stderr")), ended.pid};
 }
 
 ProgramResult run_zan(const Tree &tree, const std::vector<std::string> &args,

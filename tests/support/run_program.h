@@ -29,6 +29,8 @@ struct Tree {
 std::string tree_path(const Tree &tree, const std::string &relative);
 std::string read_file(const std::string &path);                    // "" when there is none
 void write_file(const std::string &path, const std::string &text); // makes its directories
+// "WHAT: " and why a directory does not open for writing.
+std::string directory_message(const std::string &what);
 void write_doubles(const std::string &path, const std::vector<double> &values);
 
 struct ProgramResult {

@@ -56,6 +56,12 @@ void TempDir::make_dir(const std::string &name) const
     fs::create_directories(file(name));
 }
 
+std::string absolute_path(const std::string &path)
+{
+    const bool rooted = path.starts_with('/') && !path.starts_with("//");
+    return rooted && plat_separator == '\\' ? "C:" + path : path;
+}
+
 WorkDir::WorkDir() : previous(fs::current_path().string())
 {
     fs::current_path(path);

@@ -21,6 +21,9 @@ struct TempDir {
     void make_dir(const std::string &name) const;
 };
 
+// A path that starts with one "/" as an absolute path of this system: on Windows, on drive C.
+std::string absolute_path(const std::string &path);
+
 // The same as the working directory of the process while it lasts.
 struct WorkDir : TempDir {
     std::string previous;

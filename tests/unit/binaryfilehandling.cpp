@@ -441,14 +441,14 @@ TEST_F(BinFiles, ASourceThatFailsWhileReadingIsTold)
 
 TEST_F(BinFiles, IoErrorsNameTheCallAndTheSystemsText)
 {
+    const std::string denied = std::strerror(EACCES), missing = std::strerror(ENOENT);
     testing::internal::CaptureStderr();
     errno = EACCES;
     print_io_error("fopen(%s)");
     errno = ENOENT;
     print_io_error(nullptr);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              std::string("fopen(%s): ") + std::strerror(EACCES) +
-                  "\nI/O error: " + std::strerror(ENOENT) + "\n");
+              "fopen(%s): " + denied + "\nI/O error: " + missing + "\n");
 }
 
 // -------------------------------------------------------------------------------- safe output

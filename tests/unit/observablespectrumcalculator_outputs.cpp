@@ -3,15 +3,14 @@
 
 #include "console.h"
 #include "engine_fixture.h"
+#include "fake_gnuplot.h"
 
 #include "observablespectrumcalculator.h"
 
-#include <chrono>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <sstream>
-#include <thread>
 
 namespace
 {
@@ -214,54 +213,22 @@ TEST_F(SpectrumOutputs, OnlyAYesOpensThePlot)
     }
 }
 
-namespace
-{
-
-// A gnuplot that writes down its arguments, first in PATH while this lasts.
-struct FakeGnuplot {
-    std::string path_before = std::getenv("PATH");
-
-    FakeGnuplot()
-    {
-        write_bytes("gnuplot", "#!/bin/sh\nprintf '%s\\n' \"$@\" > args.part\n"
-                               "read line && echo \"stdin: $line\" >> args.part\n"
-                               "mv args.part args\n");
-        std::filesystem::permissions("gnuplot", std::filesystem::perms::owner_all);
-        const std::string here = std::filesystem::current_path().string();
-        setenv("PATH", (here + ":" + path_before).c_str(), 1);
-    }
-    ~FakeGnuplot() { setenv("PATH", path_before.c_str(), 1); }
-};
-
-std::string arguments_of_gnuplot(void)
-{
-    for (int tries = 0; tries < 1000 && !file_is_there("args"); tries++)
-        std::this_thread::sleep_for(std::chrono::milliseconds(10));
-    const std::string args = read_text("args");
-    std::filesystem::remove("args");
-    return args;
-}
-
-} // namespace
-
 TEST_F(SpectrumOutputs, GnuplotGetsTheScriptAsItIsAndNoneOfTheAnswers)
 {
-    const FakeGnuplot gnuplot;
+    const FakeGnuplot gnuplot(std::filesystem::current_path().string());
     const Console c = typed("answer\n", [] { LaunchGnuplotScript("$(touch x);a b'\".gp"); });
-    EXPECT_EQ(arguments_of_gnuplot(), "-persist\n$(touch x);a b'\".gp\n");
+    EXPECT_EQ(arguments_of_gnuplot("."), "-persist\n$(touch x);a b'\".gp\n");
     EXPECT_EQ(c.out + c.err, "");
     EXPECT_EQ(rest_of_stdin(), "answer\n");
     EXPECT_FALSE(file_is_there("x"));
     captured([] { LaunchGnuplotScript("-e"); });
-    EXPECT_EQ(arguments_of_gnuplot(), "-persist\n./-e\n");
+    EXPECT_EQ(arguments_of_gnuplot("."), "-persist\n./-e\n");
 }
 
 TEST_F(SpectrumOutputs, AMissingGnuplotIsReported)
 {
-    const std::string path = std::getenv("PATH");
-    setenv("PATH", "/missing", 1);
+    const ProgramPath nowhere("/missing");
     const Console c = captured([] { LaunchGnuplotScript("a.gp"); });
-    setenv("PATH", path.c_str(), 1);
     EXPECT_EQ(c.err, missing_file_message("gnuplot"));
 }
 
@@ -322,7 +289,7 @@ TEST_F(SpectrumOutputs, TheMenuWritesPvWave)
 
 TEST_F(SpectrumOutputs, TheMenuWritesCsvAndScriptAndStartsNothingUnasked)
 {
-    const FakeGnuplot gnuplot;
+    const FakeGnuplot gnuplot(std::filesystem::current_path().string());
     write_signal(1, 1, {1});
     const std::string written = MENU + "Base file name (without extension): "
                                        "Wrote a_td.csv and a_fd.csv\n"
@@ -333,7 +300,7 @@ TEST_F(SpectrumOutputs, TheMenuWritesCsvAndScriptAndStartsNothingUnasked)
     EXPECT_EQ(count_of(read_text("a_fd.csv.gp"), "\"a_fd.csv\""), 2);
     EXPECT_FALSE(file_is_there("args"));
     EXPECT_EQ(typed("2\na\ny\n", [] { SpectrumOutputMenu(1.0); }).out, written);
-    EXPECT_EQ(arguments_of_gnuplot(), "-persist\na_fd.csv.gp\n");
+    EXPECT_EQ(arguments_of_gnuplot("."), "-persist\na_fd.csv.gp\n");
 }
 
 TEST_F(SpectrumOutputs, AFailedCsvEndsTheMenu)

@@ -262,8 +262,8 @@ TEST(ResolveModelPath, PutsABareNameIntoTheModelsDirectory)
 {
     char out[4096], small[8];
     EXPECT_EQ(resolve_model_path(out, sizeof out, "test"), 1);
-    const std::string root = std::filesystem::path(ZAN_BINARY_DIR).parent_path().string();
-    EXPECT_EQ(out, root + "/models/test");
+    const std::filesystem::path root = std::filesystem::path(ZAN_BINARY_DIR).parent_path();
+    EXPECT_EQ(std::filesystem::path(out), root / "models/test");
     EXPECT_EQ(resolve_model_path(out, sizeof out, "d:test"), 1);
     EXPECT_STREQ(out, "d:test");
     EXPECT_EQ(resolve_model_path(out, sizeof out, ""), 0);

@@ -3,6 +3,7 @@
 
 #include "console.h"
 #include "engine_fixture.h"
+#include "fake_gnuplot.h"
 #include "matrices.h"
 
 #include "platformlib.h"
@@ -13,9 +14,6 @@
 #include <algorithm>
 #include <cmath>
 #include <csignal>
-#include <cstdlib>
-
-#include <unistd.h>
 
 using Optimizer = EngineTest;
 
@@ -331,15 +329,9 @@ TEST_F(Optimizer, FrequenciesAboveTheModesStayThoseOfTheStartPulse)
 TEST_F(Optimizer, ThePulseIsWrittenAsCsvAndPlotted)
 {
     set_up_rotation();
-    write_bytes("gnuplot", "#!/bin/sh\necho \"$@\" > called.part; mv called.part called\n");
-    std::filesystem::permissions("gnuplot", std::filesystem::perms::owner_all);
-    const std::string path = std::getenv("PATH") ? std::getenv("PATH") : "";
-    setenv("PATH", (std::filesystem::current_path().string() + ":" + path).c_str(), 1);
+    const FakeGnuplot gnuplot(std::filesystem::current_path().string());
     const Console console = optimize("1\nbest.csv\n");
-    setenv("PATH", path.c_str(), 1);
-    for (int wait = 0; wait < 500 && !file_is_there("called"); wait++)
-        usleep(10000);
-    EXPECT_EQ(read_text("called"), "-persist best.csv.gp\n");
+    EXPECT_EQ(arguments_of_gnuplot("."), "-persist\nbest.csv.gp\n");
     EXPECT_EQ(count_of(console.out,
                        "Your choice [1..2] : Enter output CSV filename: RF pulse written to "
                        "'best.csv'\n"),

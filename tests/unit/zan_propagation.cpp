@@ -2,6 +2,7 @@
 // The numbers are the business of tests/engine.
 
 #include "engine_fixture.h"
+#include "run_program.h"
 
 #include <cerrno>
 #include <cstring>
@@ -43,11 +44,6 @@ void expect_refusal(Sector sector, const std::string &out, const std::string &er
 void write_blank(int32_t type, int32_t n, int32_t count)
 {
     write_densities("dm.bin", {type, n, count, std::vector<Complex>((size_t)(n * n * count))});
-}
-
-std::string directory_message(const std::string &what)
-{
-    return what + ": " + std::strerror(EISDIR) + "\n";
 }
 
 std::vector<int> progress_voxels(const std::string &out)

@@ -3,6 +3,8 @@
 #include "zanmodel_refcheck_internal.h"
 
 #include "engine_fixture.h"
+#include "platformlib.h"
+#include "tempdir.h"
 
 #include <filesystem>
 
@@ -342,15 +344,17 @@ TEST_F(RefCheckFiles, TheResultAndTheSpectrumOfItsCentreMustBothBeRight)
 TEST_F(RefCheckFiles, AModelThatCannotBeSavedOrLoadedIsTold)
 {
     RefModel model, loaded;
-    BuildSpatialGradientReferenceCase("/no/such/pulse", "result.bin", &model);
+    BuildSpatialGradientReferenceCase(absolute_path("/no/such/pulse").c_str(), "result.bin",
+                                      &model);
     EXPECT_EQ(printed(0, [&] { return save_and_reload("case.zanmodel", &model, &loaded); }),
               "FAIL spatgrad  save failed: i/o error (could not derive split output directories "
               "for 'case.zanmodel')\n");
     fs::create_directory("models");
     EXPECT_EQ(
         printed(0, [&] { return save_and_reload("./models/case.zanmodel", &model, &loaded); }),
-        "FAIL spatgrad  load failed: parse error (line 10: sector_pulsefile for sector 1 not "
-        "found; stored absolute path '/no/such/pulse' does not exist)\n");
+        std::string("FAIL spatgrad  load failed: parse error (line 10: sector_pulsefile for ") +
+            "sector 1 not found; stored absolute path '" + absolute_path("/no/such/pulse") +
+            "' does not exist)\n");
 }
 
 TEST_F(RefCheckFiles, AModelThatCannotBeActivatedIsToldAndNotRun)
@@ -449,7 +453,7 @@ TEST_F(RefCheckFiles, TheSplitCaseNeedsTheResultsDirectoryOfAProgramInBuild)
 {
     std::string results;
     ASSERT_TRUE(zan_run_results_dir(&results));
-    const std::string resolved = results + "/split-composition-result.bin";
+    const std::string resolved = results + plat_separator + "split-composition-result.bin";
     const bool in_build = resolved.find("build/runtime/results") != std::string::npos;
     for (int run = 1; run <= 2; run++)
         EXPECT_EQ(printed(in_build, RunSplitCompositionReferenceCase),

@@ -193,7 +193,7 @@ TEST_F(ModelSave, WritesNoCouplingLineWhenAllAreZero)
 TEST_F(ModelSave, ACouplingThatIsNoNumberIsWritten)
 {
     model.spin.j_hz[1][3] = std::nan("");
-    const FilePtr out{std::fopen(dir.file("couplings").c_str(), "w")};
+    const FilePtr out{std::fopen(dir.file("couplings").c_str(), "wb")};
     zan_print_couplings(out.get(), &model.spin);
     std::fflush(out.get());
     EXPECT_EQ(dir.read("couplings"),

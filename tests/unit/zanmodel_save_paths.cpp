@@ -126,22 +126,29 @@ TEST(SavedPaths, WaveformsAreSeenFromTheirSequence)
 {
     for (const PathCase &c : pulse_cases) {
         char out[ZAN_MODEL_FILENAME_LEN] = "";
-        EXPECT_EQ(zan_make_portable_sector_pulse_path(c.file, c.name, out, sizeof out),
+        EXPECT_EQ(zan_make_portable_sector_pulse_path(absolute_path(c.file).c_str(),
+                                                      absolute_path(c.name).c_str(), out,
+                                                      sizeof out),
                   c.stored ? 1 : 0)
             << c.name;
-        EXPECT_STREQ(out, c.stored ? c.stored : "") << c.name;
+        EXPECT_EQ(out, absolute_path(c.stored ? c.stored : "")) << c.name;
     }
 }
 
 TEST(SavedPaths, ANameThatDoesNotFitIsRefused)
 {
     char out[8];
-    const char file[] = "/r/seq/x.zanseq", model[] = "/r/models/x.zanmodel";
+    const std::string in_r = absolute_path("/r/seq/x.zanseq");
+    const char *const file = in_r.c_str(), model[] = "/r/models/x.zanmodel";
     EXPECT_EQ(zan_make_portable_sector_pulse_path(file, "1234567", out, sizeof out), 1);
     EXPECT_STREQ(out, "1234567");
     EXPECT_EQ(zan_make_portable_sector_pulse_path(file, "12345678", out, sizeof out), 0);
-    EXPECT_EQ(zan_make_portable_sector_pulse_path(file, "/r/seq/1234567", out, sizeof out), 1);
-    EXPECT_EQ(zan_make_portable_sector_pulse_path(file, "/r/other/67", out, sizeof out), 0);
+    EXPECT_EQ(zan_make_portable_sector_pulse_path(file, absolute_path("/r/seq/1234567").c_str(),
+                                                  out, sizeof out),
+              1);
+    EXPECT_EQ(zan_make_portable_sector_pulse_path(file, absolute_path("/r/other/67").c_str(), out,
+                                                  sizeof out),
+              0);
     EXPECT_EQ(zan_make_portable_result_path(model, "1234567", out, sizeof out), 1);
     EXPECT_EQ(zan_make_portable_result_path(model, "12345678", out, sizeof out), 0);
 }
@@ -184,9 +191,11 @@ TEST(SavedPaths, ResultsAreSeenFromTheirModel)
 {
     for (const PathCase &c : result_cases) {
         char out[ZAN_MODEL_FILENAME_LEN] = "";
-        EXPECT_EQ(zan_make_portable_result_path(c.file, c.name, out, sizeof out), c.stored ? 1 : 0)
+        EXPECT_EQ(zan_make_portable_result_path(absolute_path(c.file).c_str(),
+                                                absolute_path(c.name).c_str(), out, sizeof out),
+                  c.stored ? 1 : 0)
             << c.name;
-        EXPECT_STREQ(out, c.stored ? c.stored : "") << c.name;
+        EXPECT_EQ(out, absolute_path(c.stored ? c.stored : "")) << c.name;
     }
 }
 

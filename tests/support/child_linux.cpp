@@ -1,4 +1,4 @@
-// child.cpp - forks, takes rights away, hands a text back through a pipe.
+// child_linux.cpp - forks, takes rights away, hands a text back through a pipe.
 #include "child.h"
 
 #include "platformlib.h"
