@@ -22,25 +22,28 @@ echo "Machine: $(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -1), $(np
 
 # ---- kernels ----
 
-engine() # FILTER: lines "name time_in_ms items_per_second FLOP/s", one thread
+engine() # FILTER: lines "name milliseconds items_per_second FLOP/s", one thread
 {
     OMP_NUM_THREADS=1 build/bench_engine --benchmark_filter="$1" --benchmark_format=csv \
-        2>/dev/null | awk -F, '/^"/ { gsub(/"/, "", $1); print $1, $3, $7, $10 }'
+        2>/dev/null | awk -F, '/^"/ { gsub(/"/, "", $1); print $1, $3, $7, $11 }'
 }
 
 echo
 echo "One core, per sample and position (microseconds), and arithmetic of the kernels:"
-engine '^(Peak|SectorPropagator)' >"$scratch/engine"
+for _ in 1 2 3; do
+    engine '^(Peak|SectorPropagator(Plain)?/(4|16|64)/|SectorPropagator/256/)'
+done >"$scratch/engine"
+engine '^SectorPropagatorPlain/256/' >>"$scratch/engine"
 awk '
     { split($1, part, "/") }
-    part[1] == "Peak" { peak = $NF }
-    part[1] == "SectorPropagator" { fast[part[2]] = 1e6 / $3; flops[part[2]] = $4 }
-    part[1] == "SectorPropagatorPlain" { plain[part[2]] = 1e6 / $3 }
+    part[1] == "Peak" && $NF > peak { peak = $NF }
+    part[1] == "SectorPropagator" && $4 > flops[part[2]] { fast[part[2]] = 1e6 / $3; flops[part[2]] = $4 }
+    part[1] == "SectorPropagatorPlain" && $3 > rate[part[2]] { rate[part[2]] = $3; plain[part[2]] = 1e6 / $3 }
     END {
         printf "%6s %12s %12s %8s %10s %8s\n", "n", "recipe", "kernels", "ratio", "GFLOP/s", "of peak"
         for (n = 4; n <= 256; n *= 4)
             printf "%6d %12.3f %12.3f %8.0f %10.1f %7.0f%%\n", n, plain[n], fast[n],
-                plain[n] / fast[n], flops[n] / 1e9, peak > 0 ? 100 * flops[n] / peak : 0
+                plain[n] / fast[n], flops[n] / 1e9, (peak ? 100 * flops[n] / peak : 0)
         printf "peak of the core: %.1f GFLOP/s (multiply-adds on registers)\n", peak / 1e9
     }' "$scratch/engine"
 
