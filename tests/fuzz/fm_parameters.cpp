@@ -6,6 +6,7 @@
 #include "rfpulselib.h"
 
 #include <cmath>
+#include <cstring>
 #include <vector>
 
 // x and y behind it.
@@ -28,6 +29,15 @@ static bool same_samples(const std::vector<double> &a, const std::vector<double>
     return a.size() == b.size();
 }
 
+// Every number has a digit, or an n as in inf and nan.
+static bool may_hold_a_record(const std::string &text)
+{
+    size_t signs = 0;
+    for (const char c : text)
+        signs += std::strchr("0123456789nN", c) != nullptr ? 1 : 0;
+    return signs >= 8;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     FuzzInput input(data, size);
@@ -41,5 +51,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const std::vector<double> ended = pulse_of("input", samples, &again);
     FUZZ_REQUIRE(good && again);
     FUZZ_REQUIRE(same_samples(pulse, ended));
+    if (!may_hold_a_record(text))
+        FUZZ_REQUIRE(same_samples(pulse, std::vector<double>(pulse.size())));
     return 0;
 }

@@ -67,17 +67,28 @@ static void require_coefficients(int n, int npar)
         FUZZ_REQUIRE(std::isfinite(par[k]) && std::isfinite(again[k]));
 }
 
+// Again and again, up to length.
+static std::string repeated(std::string_view bytes, size_t length)
+{
+    std::string whole(bytes);
+    while (!bytes.empty() && whole.size() < length)
+        whole += bytes.substr(0, length - whole.size());
+    return whole;
+}
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     FuzzInput input(data, size);
     fuzz_folder();
     fuzz_restore_runtime();
-    const int n = 256 * input.byte() + input.byte() - 1;
+    const int n = (256 * input.byte() + input.byte()) % 9000 - 1;
     const int npar = 4 * input.byte_below(41);
-    fuzz_write("input", input.rest);
-    require_sector_readers(input.rest, n);
-    require_optimizer_reader(input.rest, n);
-    if (holds_blocks(input.rest, n, 2))
+    const size_t blocks = static_cast<size_t>(input.byte_below(6));
+    const std::string bytes = repeated(input.rest, n > 0 ? 8 * blocks * static_cast<size_t>(n) : 0);
+    fuzz_write("input", bytes);
+    require_sector_readers(bytes, n);
+    require_optimizer_reader(bytes, n);
+    if (holds_blocks(bytes, n, 2))
         require_coefficients(n, npar);
     return 0;
 }
