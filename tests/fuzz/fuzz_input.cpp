@@ -124,6 +124,14 @@ std::string_view FuzzInput::part(std::string_view separator)
     return found;
 }
 
+std::string fuzz_repeated(std::string_view bytes, size_t length)
+{
+    std::string whole(bytes);
+    while (!bytes.empty() && whole.size() < length)
+        whole += bytes.substr(0, length - whole.size());
+    return whole;
+}
+
 FuzzMessage::FuzzMessage()
 {
     std::memset(text, 'x', sizeof text);

@@ -42,6 +42,9 @@ struct FuzzInput {
     std::string_view part(std::string_view separator); // up to separator, which goes with it
 };
 
+// bytes again and again up to length, if there are any.
+std::string fuzz_repeated(std::string_view bytes, size_t length);
+
 // An error text as the model's functions take it, full of what is no terminator.
 struct FuzzMessage {
     char text[512];

@@ -67,15 +67,6 @@ static void require_coefficients(int n, int npar)
         FUZZ_REQUIRE(std::isfinite(par[k]) && std::isfinite(again[k]));
 }
 
-// Again and again, up to length.
-static std::string repeated(std::string_view bytes, size_t length)
-{
-    std::string whole(bytes);
-    while (!bytes.empty() && whole.size() < length)
-        whole += bytes.substr(0, length - whole.size());
-    return whole;
-}
-
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     FuzzInput input(data, size);
@@ -84,7 +75,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     const int n = (256 * input.byte() + input.byte()) % 9000 - 1;
     const int npar = 4 * input.byte_below(41);
     const size_t blocks = static_cast<size_t>(input.byte_below(6));
-    const std::string bytes = repeated(input.rest, n > 0 ? 8 * blocks * static_cast<size_t>(n) : 0);
+    const std::string bytes =
+        fuzz_repeated(input.rest, n > 0 ? 8 * blocks * static_cast<size_t>(n) : 0);
     fuzz_write("input", bytes);
     require_sector_readers(bytes, n);
     require_optimizer_reader(bytes, n);
