@@ -28,10 +28,11 @@ find_model() # NAME
     fail "there is no model $1"
 }
 
-# The value of a key in a model file, without comment and surrounding blanks.
+# The value of a key in a model file, without comment and surrounding blanks. Byte by byte: a
+# comment need not be UTF-8.
 value() # FILE KEY
 {
-    sed -n 's/#.*//; s/[[:space:]]*$//; /^[[:space:]]*'"$2"'[[:space:]]*:[[:space:]]*/{s///; p; q}' "$1"
+    LC_ALL=C sed -n 's/#.*//; s/[[:space:]]*$//; /^[[:space:]]*'"$2"'[[:space:]]*:[[:space:]]*/{s///; p; q}' "$1"
 }
 
 beside() # FILE PATH: a path that a file names, seen from that file's folder
