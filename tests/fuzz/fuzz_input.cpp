@@ -88,11 +88,12 @@ static bool is_separator(char c)
     return c == '/' || c == '\\';
 }
 
-// A separator that begins a path or stands behind a digit could belong to an absolute path.
+// A separator that begins a path or stands behind a digit could belong to an absolute path. "@/"
+// leads below the folder, or is a directory's name.
 static bool may_begin_a_path(std::string_view text, size_t at)
 {
     return at == 0 || !(std::isalpha(static_cast<unsigned char>(text[at - 1])) ||
-                        std::strchr("._-", text[at - 1]));
+                        std::strchr("._-@", text[at - 1]));
 }
 
 bool fuzz_paths_stay_inside(std::string_view text)
@@ -105,6 +106,16 @@ bool fuzz_paths_stay_inside(std::string_view text)
             return false;
     }
     return true;
+}
+
+std::string fuzz_with_absolute_paths(std::string_view text, const std::string &directory)
+{
+    std::string replaced;
+    for (size_t at = 0; at < text.size(); at++)
+        replaced += text[at] == '@' && text.substr(at + 1, 1) == "/"
+                        ? fuzz_folder() + "/" + directory
+                        : std::string(1, text[at]);
+    return replaced;
 }
 
 int FuzzInput::byte()

@@ -30,6 +30,9 @@ void fuzz_restore_runtime(void);
 // No path in text leads out of the folder, seen from three directories below it.
 bool fuzz_paths_stay_inside(std::string_view text);
 
+// text with the absolute path of directory, which lies below the folder, for every "@/".
+std::string fuzz_with_absolute_paths(std::string_view text, const std::string &directory);
+
 // The input as numbers and text, from the front; 0 or "" when it is used up.
 struct FuzzInput {
     std::string_view rest;

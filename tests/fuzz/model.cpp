@@ -12,11 +12,16 @@
 
 namespace fs = std::filesystem;
 
+static void write_text(const char *name, std::string_view text)
+{
+    fuzz_write(name, fuzz_with_absolute_paths(text, "tree/sequences/a"));
+}
+
 static void write_texts(FuzzInput input)
 {
-    fuzz_write("tree/models/input.zanmodel", input.part("%%\n"));
-    fuzz_write("tree/spin-systems/a.zanspin", input.part("%%\n"));
-    fuzz_write("tree/sequences/a/a.zanseq", input.rest);
+    write_text("tree/models/input.zanmodel", input.part("%%\n"));
+    write_text("tree/spin-systems/a.zanspin", input.part("%%\n"));
+    write_text("tree/sequences/a/a.zanseq", input.rest);
     fuzz_write("tree/sequences/a/waveforms/adc.bin", "waveform");
 }
 

@@ -47,7 +47,7 @@ static std::string trimmed(const std::string &text)
 {
     std::vector<char> copy(text.c_str(), text.c_str() + text.size() + 1);
     trim_operator_token(copy.data());
-    const std::string result = copy.data();
+    std::string result = copy.data();
     FUZZ_REQUIRE(text.find(result) != std::string::npos);
     return result;
 }

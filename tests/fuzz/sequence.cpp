@@ -49,7 +49,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (!prepared || !fuzz_paths_stay_inside(input.rest))
         return 0;
     FuzzMessage message;
-    fuzz_write("tree/sequences/input/input.zanseq", input.rest);
+    fuzz_write("tree/sequences/input/input.zanseq",
+               fuzz_with_absolute_paths(input.rest, "tree/sequences/input"));
     const ZANModelStatus status =
         zan_load_pulse_sequence_text(path.c_str(), &seq, message.text, sizeof message.text);
     if (status != ZAN_MODEL_OK) {
