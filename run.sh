@@ -28,10 +28,21 @@ find_model() # NAME
     fail "there is no model $1"
 }
 
-# The value of a key in a model file, without comment and surrounding blanks.
+# The value of a key in a model file, without comment and surrounding blanks. Byte by byte: a
+# comment need not be UTF-8.
 value() # FILE KEY
 {
-    sed -n 's/#.*//; s/[[:space:]]*$//; /^[[:space:]]*'"$2"'[[:space:]]*:[[:space:]]*/{s///; p; q}' "$1"
+    LC_ALL=C sed -n 's/#.*//; s/[[:space:]]*$//; /^[[:space:]]*'"$2"'[[:space:]]*:[[:space:]]*/{s///; p; q}' "$1"
+}
+
+# The value of a key when it is a whole number. Nothing else may reach the shell's arithmetic,
+# which runs the commands that it finds in a text.
+count() # FILE KEY
+{
+    local text
+    text=$(value "$1" "$2")
+    [[ $text =~ ^\+?0*([0-9]+)$ ]] || fail "$2 in $1 is no plain number: $text"
+    printf '%s\n' "${BASH_REMATCH[1]}"
 }
 
 beside() # FILE PATH: a path that a file names, seen from that file's folder
@@ -125,9 +136,10 @@ TEXT
 
 show_profile()
 {
-    local axis axes=() column=2
+    local axis axes=() column=2 points
     for axis in x y z; do
-        [[ $(value "$model" "nd$axis") -gt 1 ]] && axes+=("$column" "$axis")
+        points=$(count "$model" "nd$axis")
+        [[ $points -gt 1 ]] && axes+=("$column" "$axis")
         column=$((column + 1))
     done
     for axis in x y z; do
@@ -196,7 +208,8 @@ took=$((SECONDS - began))
 
 # ---- show ----
 
-nspins=$(value "$spins_file" nspins)
+nspins=$(count "$spins_file" nspins)
+sequence_type=$(count "$sequence_file" sequence_type)
 picture=$stem.png
 read -r kind first second < <(od -An -v -td4 -N12 "$result")
 if [[ $kind -eq 1 ]]; then
@@ -207,7 +220,7 @@ if [[ $kind -eq 1 ]]; then
 else
     what="Computed the density matrices of $name: $second of $first x $first states"
     files=("$result" "the density matrices")
-    if [[ $(value "$sequence_file" sequence_type) -ne 1 ]]; then
+    if [[ $sequence_type -ne 1 ]]; then
         echo "(no plot: the model has no acquisition sector)"
     elif [[ $(value "$spins_file" spin_quantum_numbers) == *[!1[:space:]]* ]]; then
         echo "(no profile: operator expressions are for spins 1/2)"
