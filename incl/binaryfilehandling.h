@@ -61,10 +61,16 @@ void BinFileActions(int *ndw, int *n);
 void list_bin_files_in_cwd(void); // nothing when all that is named so is directories
 
 // A file that appears under its name only when it is complete: written beside its target, then
-// put in its place. A target that is no regular file (a device, a link) is written directly.
+// put in its place. A target that is no regular file (a device, a link) is written directly, and
+// so is one in a directory that takes no new names. Discarded at its end unless committed.
 struct OutputFile {
     FILE *file = nullptr;
     std::string path, beside; // beside is empty when written directly
+
+    OutputFile() = default;
+    OutputFile(const OutputFile &) = delete;
+    OutputFile &operator=(const OutputFile &) = delete;
+    ~OutputFile();
 };
 bool open_output(OutputFile *out, const char *path, const char *mode); // errno tells why not
 bool commit_output(OutputFile *out);  // flush, close, replace; false: the old file is kept

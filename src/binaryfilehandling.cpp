@@ -207,27 +207,46 @@ binfh_status copy_file_binary(const char *src, const char *dst)
 
 // ---------------------------------------------------------------------------------- safe output
 
-// Nothing there yet, or a regular file that we may write: only then is putting another file in
-// its place what writing to it would have been.
-static bool may_be_replaced(const char *path)
+OutputFile::~OutputFile()
 {
-    if (!plat_exists(path)) {
-        return path[0] != '\0';
-    }
-    return plat_is_regular_file(path) && FilePtr{std::fopen(path, "r+b")};
+    discard_output(this);
+}
+
+// A device or a link is still there after something was written to it.
+static bool is_special(const char *path)
+{
+    return path[0] == '\0' || (plat_exists(path) && !plat_is_regular_file(path));
+}
+
+static bool may_be_written(const char *path)
+{
+    return !plat_exists(path) || FilePtr{std::fopen(path, "ab")};
+}
+
+// The directory takes no new name, or not this one. With a full disk, for one, the target must not
+// be opened: that would empty it.
+static bool is_about_the_name(int error)
+{
+    return error == EACCES || error == EPERM || error == ENAMETOOLONG || error == ENOENT ||
+           error == EISDIR;
 }
 
 bool open_output(OutputFile *out, const char *path, const char *mode)
 {
-    *out = {nullptr, path, {}};
-    if (may_be_replaced(path)) {
+    discard_output(out);
+    out->path = path;
+    if (!is_special(path)) {
+        if (!may_be_written(path))
+            return false;
         out->beside = out->path + "." + std::to_string(plat_process_id()) + ".part";
         out->file = std::fopen(out->beside.c_str(), mode);
-    }
-    if (!out->file) {
+        if (out->file)
+            return true;
         out->beside.clear();
-        out->file = std::fopen(path, mode);
+        if (!is_about_the_name(errno))
+            return false;
     }
+    out->file = std::fopen(path, mode);
     return out->file != nullptr;
 }
 

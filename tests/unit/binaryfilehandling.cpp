@@ -494,6 +494,18 @@ TEST_F(BinFiles, OutputKeepsTheOldFileUntilCommitted)
     EXPECT_EQ(read_bytes(temp_path("out")), "new");
 }
 
+TEST_F(BinFiles, OutputThatIsForgottenIsDiscarded)
+{
+    write_bytes(temp_path("out"), "old");
+    {
+        OutputFile out;
+        ASSERT_TRUE(open_output(&out, temp_path("out").c_str(), "w"));
+        std::fputs("new", out.file);
+    }
+    EXPECT_EQ(read_bytes(temp_path("out")), "old");
+    EXPECT_FALSE(std::filesystem::exists(part_path()));
+}
+
 TEST_F(BinFiles, OutputThatIsNotOpenCannotBeCommittedAndMayBeDiscarded)
 {
     OutputFile out;
