@@ -13,6 +13,7 @@
 #include "propagatorlib.h"
 #include "zan_voxels.h"
 
+#include <cerrno>
 #include <new>
 
 static const int64_t BATCH_BYTES = 4 << 20; // density matrices read at a time
@@ -32,6 +33,16 @@ static bool can_be_propagated(const char *who, int64_t matrices)
     return false;
 }
 
+// What is left of a "store" that did not become "dm.bin".
+struct StoreRemover {
+    ~StoreRemover()
+    {
+        const int error = errno;
+        plat_remove_file("store");
+        errno = error;
+    }
+};
+
 // The finished "store" becomes "dm.bin".
 static bool close_and_replace(FilePtr store)
 {
@@ -44,6 +55,7 @@ static bool close_and_replace(FilePtr store)
 // A new "dm.bin" that holds mat count times.
 static WriteResult write_copies(int type, int num1, int count, const CMatrix *mat)
 {
+    const StoreRemover at_the_end;
     FilePtr store{std::fopen("store", "wb")};
     if (!store)
         return NOT_OPENED;
@@ -60,12 +72,10 @@ static WriteResult write_copies(int type, int num1, int count, const CMatrix *ma
             result = NO_DATA;
     if (result == WRITTEN && !close_and_replace(std::move(store)))
         result = NO_DATA;
-    if (result != WRITTEN) {
-        store.reset();
-        plat_remove_file("store");
-    }
     return result;
 }
+
+static CMatrix equilibrium; // while the first generation is propagated
 
 // The first generation: the equilibrium state in every voxel or row. False after a message.
 static bool initialise_dm_bin(const char *who)
@@ -83,8 +93,16 @@ static bool initialise_dm_bin(const char *who)
     case WRITTEN:
         break;
     }
+    CopyCMatrix(rt.n, &rt.densmat, &equilibrium);
     CMatZero(rt.n, &rt.densmat);
     return true;
+}
+
+// After a first sector that failed the next one is the first.
+static void restore_equilibrium(void)
+{
+    if (rt.calc == 0)
+        CopyCMatrix(rt.n, &equilibrium, &rt.densmat);
 }
 
 // dm.bin, positioned at the first of count matrices; empty after a message.
@@ -229,6 +247,7 @@ static void finish_sector(void)
 static void rotate_3d_through_store(FilePtr in, int voxels)
 {
     static CMatrix H0;
+    const StoreRemover at_the_end;
     FilePtr store{std::fopen("store", "wb")};
     if (!store) {
         std::perror("store");
@@ -258,8 +277,6 @@ static void rotate_3d_through_store(FilePtr in, int voxels)
     if (!failure && std::fflush(store.get()) != 0)
         failure = STORE_WRITE_ERROR;
     if (failure) {
-        store.reset();
-        plat_remove_file("store");
         std::puts(failure);
         if (failure != STORE_WRITE_ERROR)
             ConsolePause();
@@ -267,7 +284,6 @@ static void rotate_3d_through_store(FilePtr in, int voxels)
     }
     if (!close_and_replace(std::move(store))) {
         std::perror("rename(store->dm.bin)");
-        plat_remove_file("store");
         return;
     }
     finish_sector();
@@ -295,11 +311,11 @@ void Rotate3D(void)
         }
     }
     FilePtr in = open_dm_bin("Rotate3D", voxels);
-    if (!in) {
+    if (in)
+        rotate_3d_through_store(std::move(in), voxels);
+    else
         ConsolePause();
-        return;
-    }
-    rotate_3d_through_store(std::move(in), voxels);
+    restore_equilibrium();
 }
 
 // ------------------------------------------------------------------ 1D/2D sectors
@@ -386,6 +402,7 @@ static const char *propagate_rows(FILE *in, FILE *store, const SectorField &fiel
 static void rotate_2d_through_store(FilePtr in, bool evolves, double dt, double offset)
 {
     static CMatrix H0;
+    const StoreRemover at_the_end;
     FilePtr store{std::fopen("store", "wb")};
     if (!store) {
         std::perror("dm.bin"); // names the file that cannot get its next generation
@@ -404,8 +421,6 @@ static void rotate_2d_through_store(FilePtr in, bool evolves, double dt, double 
     if (!failure && !close_and_replace(std::move(store)))
         failure = "Rotate2D: failed to copy store to dm.bin";
     if (failure) {
-        store.reset();
-        plat_remove_file("store");
         std::puts(failure);
         return;
     }
@@ -425,4 +440,5 @@ void Rotate2D_internal(int sector_type, double dt, double offset)
     FilePtr in = open_dm_bin("Rotate2D", rt.ndw);
     if (in)
         rotate_2d_through_store(std::move(in), sector_type == 2, dt, offset);
+    restore_equilibrium();
 }

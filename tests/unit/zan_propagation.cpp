@@ -2,6 +2,7 @@
 // The numbers are the business of tests/engine.
 
 #include "engine_fixture.h"
+#include "memory.h"
 #include "run_program.h"
 
 #include <cerrno>
@@ -88,6 +89,27 @@ TEST_F(Propagation, EachSectorStartsWhereTheLastOneEnded)
     }
     // Four pulses of 90 degrees are a full turn.
     EXPECT_NEAR(component("z", read_densities("dm.bin").matrix(1)), 1.0, 1e-12);
+}
+
+// The state before the first sector is still the equilibrium after one that failed.
+TEST_F(Propagation, AfterAFailedFirstSectorTheNextIsTheFirst)
+{
+    prepare_pulse();
+    const std::vector<Complex> equilibrium = packed(2, rt.densmat);
+    for (void (*sector)(void) : {Rotate3D, rotate_2d}) {
+        fail_array_allocation(2); // the first is that of the first generation
+        EXPECT_EQ(count_of(captured(sector).out, ": not enough memory\n"), 1);
+        fail_array_allocation(0);
+        EXPECT_EQ(rt.calc, 0);
+        EXPECT_EQ(largest_difference(packed(2, rt.densmat).data(), equilibrium.data(), 4), 0.0);
+        const DensityFile dm = read_densities("dm.bin");
+        ASSERT_EQ(dm.count, 1);
+        EXPECT_EQ(largest_difference(dm.matrix(1), equilibrium.data(), 4), 0.0);
+        EXPECT_FALSE(file_is_there("store"));
+    }
+    captured(Rotate3D);
+    EXPECT_EQ(rt.calc, 1);
+    EXPECT_NEAR(std::abs(component("y", read_densities("dm.bin").matrix(1))), 1.0, 1e-12);
 }
 
 TEST_F(Propagation, ASpatialSectorPrintsItsProgressAndALineEnd)
