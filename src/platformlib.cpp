@@ -234,9 +234,21 @@ static std::vector<std::string> list_entries(const std::string &dir)
 
 const char plat_separator = '/';
 
+// Standard streams that nobody opened lead nowhere: the next file that is opened would get their
+// number, and what is printed would go into it.
+static void open_missing_streams(void)
+{
+    for (int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+        if (fcntl(fd, F_GETFD) < 0 && open("/dev/null", O_RDWR) != fd)
+            std::abort();
+}
+
+// A full disk and a reader that has gone away are errors of a write, not the end of a run.
 void plat_startup(void)
 {
+    open_missing_streams();
     std::signal(SIGXFSZ, SIG_IGN);
+    std::signal(SIGPIPE, SIG_IGN);
     std::setvbuf(stdout, nullptr, _IOLBF, 0); // in order with what goes to the error stream
 }
 
@@ -341,8 +353,14 @@ static int spawn_in_own_session(char **argv)
     if (pid > 0)
         waitpid(pid, nullptr, WNOHANG);
     int error = use_null_streams(&actions);
+    sigset_t ignored_by_us;
+    sigemptyset(&ignored_by_us);
+    sigaddset(&ignored_by_us, SIGXFSZ);
+    sigaddset(&ignored_by_us, SIGPIPE);
     if (error == 0)
-        error = posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
+        error = posix_spawnattr_setsigdefault(&attributes, &ignored_by_us);
+    if (error == 0)
+        error = posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGDEF);
     if (error == 0)
         error = posix_spawnp(&pid, argv[0], &actions, &attributes, argv, environ);
     posix_spawnattr_destroy(&attributes);
@@ -423,8 +441,8 @@ bool plat_make_dir(const char *path)
     if (make_one_dir(path) == 0)
         return true;
     const int error = errno;
-    if (error == EEXIST && plat_is_dir(path))
-        return true;
+    if (plat_is_dir(path))
+        return true; // whatever the system says first of a directory that is there
     errno = error;
     return false;
 }

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -102,6 +103,17 @@ TEST(PlatformBackground, AProgramHasNoneOfOurStreams)
                                     "mv $1.part $1",
                                     in_tree("streams")),
               "/dev/null\n" + in_tree("streams") + ".part\n/dev/null\n");
+}
+
+// What a full disk and a broken pipe send ends it, as it ends any program.
+TEST(PlatformBackground, AProgramIgnoresNoneOfOurSignals)
+{
+    plat_startup();
+    const std::string text = written_in_background(
+        "grep SigIgn /proc/$$/status > $1.part; mv $1.part $1", in_tree("signals"));
+    unsigned long ignored = ~0ul; // bits of the signals, from 1
+    ASSERT_EQ(std::sscanf(text.c_str(), "SigIgn: %lx", &ignored), 1) << text;
+    EXPECT_EQ(ignored & (1ul << (SIGXFSZ - 1) | 1ul << (SIGPIPE - 1)), 0ul) << text;
 }
 
 TEST(PlatformBackground, WordsReachAProgramAsTheyAre)
