@@ -30,7 +30,7 @@ void ScreenMode(int mode)
 
 bool ConsoleAtEnd(void)
 {
-    return std::feof(stdin) != 0;
+    return std::feof(stdin) != 0 || std::ferror(stdin) != 0;
 }
 
 // A question that is asked again for ever must not run away when its front end has died.
