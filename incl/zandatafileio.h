@@ -32,7 +32,7 @@ dataio_status read_legacy_bin_header(FILE *in, int32_t *type, int32_t *pp, int32
 // A type-1 signal file behind a descriptor of 256 int32 words.
 dataio_status Create_IDL_File_status(const char *input_filename, const char *output_filename);
 // The same from open file to open file, quietly: a cut signal ends the copy. False when it could
-// not be written.
+// not be read or written.
 bool write_pv_wave_file(FILE *in, FILE *out);
 
 // ---- the same with a question for the name ----

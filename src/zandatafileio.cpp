@@ -183,11 +183,11 @@ bool write_pv_wave_file(FILE *in, FILE *out)
     double value;
     for (int64_t k = signal_doubles(pp, fndw); k > 0; k--) {
         if (std::fread(&value, sizeof value, 1, in) != 1)
-            return true;
+            break;
         if (std::fwrite(&value, sizeof value, 1, out) != 1)
             return false;
     }
-    return true;
+    return std::ferror(in) == 0;
 }
 
 dataio_status Create_IDL_File_status(const char *input_filename, const char *output_filename)

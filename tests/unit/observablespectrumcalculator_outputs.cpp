@@ -6,6 +6,7 @@
 #include "fake_gnuplot.h"
 
 #include "observablespectrumcalculator.h"
+#include "zandatafileio.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -264,6 +265,15 @@ TEST_F(SpectrumOutputs, PvWaveFailuresAreReported)
     EXPECT_FALSE(file_is_there("out"));
     write_signal(1, 1, {1});
     EXPECT_EQ(typed("missing/out", Create_PV_WAVE_File).err, missing_file_message("fopen(output)"));
+}
+
+TEST_F(SpectrumOutputs, ASignalThatCannotBeReadMakesNoPvWaveFile)
+{
+    write_signal(1, 2, {1, 2});
+    const FilePtr in{std::fopen("unreadable", "wb")}, out{std::fopen("out", "wb")};
+    testing::internal::CaptureStderr();
+    EXPECT_FALSE(write_pv_wave_file(in.get(), out.get()));
+    EXPECT_NE(testing::internal::GetCapturedStderr(), "");
 }
 
 // ------------------------------------------------------------------ menu
