@@ -141,6 +141,8 @@ static bool write_single_point(const CMatrix *rho)
     FilePtr out{std::fopen("dm.bin", "wb")};
     if (!out || WriteBinFileHeader_status(out.get(), 0, rt.n, 1) != BINFH_OK) {
         std::fprintf(stderr, "Voxel signal: cannot create temporary single-voxel density file.\n");
+        out.reset();
+        plat_remove_file("dm.bin");
         return false;
     }
     bool written = true;
