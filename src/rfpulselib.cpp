@@ -267,6 +267,12 @@ static const char SUM_BANNER_FILE[] =
 static const char SUM_BANNER_END[] =
     "*************************************************************\n\n";
 
+// The sum is zero then.
+static void report_no_memory(void)
+{
+    std::fprintf(stderr, "2D pulses: not enough memory\n");
+}
+
 static bool another_2d_pulse(void)
 {
     std::printf("    1. Add new 2D pulse\n    2. Exit\n");
@@ -283,6 +289,8 @@ void fmpulseproc5(int *ap, double *h, double *xb, double *yb)
     const size_t samples = static_cast<size_t>(*ap);
     const std::unique_ptr<double[]> x(new (std::nothrow) double[samples]);
     const std::unique_ptr<double[]> y(new (std::nothrow) double[samples]);
+    if (!x || !y)
+        report_no_memory();
     while (x && y && another_2d_pulse()) {
         if (define_offcentre_sinc(*ap, *h, x.get(), y.get())) {
             add_samples(*ap, x.get(), xb);
@@ -315,7 +323,8 @@ void fmpulseproc6(int *ap, double *h, double *xb, double *yb)
     FILE *in = open_parameter_file();
     if (!in)
         return;
-    add_2d_sincs_from_file(in, *ap, *h, xb, yb);
+    if (!add_2d_sincs_from_file(in, *ap, *h, xb, yb))
+        report_no_memory();
     std::fclose(in);
 }
 

@@ -7,6 +7,7 @@
 #include "four3.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <memory>
 #include <new>
 
@@ -28,6 +29,13 @@ static double *zeros(int count)
     return new (std::nothrow) double[static_cast<size_t>(count)]();
 }
 
+// The pulse or its parameters stay as they were.
+static bool report_no_memory(void)
+{
+    std::fprintf(stderr, "RF pulse conversion: not enough memory\n");
+    return false;
+}
+
 static bool start_spectrum(int ap, Spectrum *s)
 {
     if (ap < 1)
@@ -36,7 +44,7 @@ static bool start_spectrum(int ap, Spectrum *s)
     s->real.reset(zeros(ap));
     s->imag.reset(zeros(ap));
     if (!s->real || !s->imag)
-        return false;
+        return report_no_memory();
     s->re = s->real.get() + ap / 2;
     s->im = s->imag.get() + ap / 2;
     return true;
@@ -48,7 +56,9 @@ static bool transform(Spectrum *s, int direction)
 {
     const size_t ap = static_cast<size_t>(s->ap);
     fft(ap, s->real.get(), s->imag.get(), direction);
-    return four3_last_status == FOUR3_OK || ap < 2 || !is_power_of_two(ap);
+    if (four3_last_status == FOUR3_OK || ap < 2 || !is_power_of_two(ap))
+        return true;
+    return report_no_memory();
 }
 
 static bool spectrum_of(int ap, const double *signal, Spectrum *s)

@@ -240,8 +240,10 @@ static bool next_direction(int n, double *g, double *hv, double *xi)
 void frprmn(double *p, int n, double ftol, int *iter, double *fret)
 {
     const Vector g = new_vector(n), hv = new_vector(n), xi = new_vector(n);
-    if (!g || !hv || !xi)
+    if (!g || !hv || !xi) {
+        std::fprintf(stderr, "Optimization: not enough memory\n");
         return;
+    }
     double fp = fnc(p);
     dfnc(fp, p, n, xi.get());
     for (int j = 0; j < n; j++)

@@ -2,6 +2,7 @@
 // in the arrays after good and bad answers. The formulas are tested in rfpulselib_shapes.cpp.
 #include "rfpulselib.h"
 #include "console.h"
+#include "memory.h"
 #include "pulses.h"
 #include "tempdir.h"
 
@@ -524,6 +525,19 @@ TEST(TypedSum, WithoutPulsesIsZero)
         Pulse pulse(5);
         EXPECT_EQ(transcript(fmpulseproc5, answer, pulse), SUM_BANNER + SUM_MENU);
         EXPECT_TRUE(pulse.all_zero()) << answer;
+    }
+}
+
+TEST(TypedSum, WithoutMemoryItIsZeroAndItIsTold)
+{
+    for (int failing : {1, 2}) {
+        Pulse pulse(5);
+        testing::internal::CaptureStderr();
+        fail_array_allocation(failing);
+        EXPECT_EQ(transcript(fmpulseproc5, "1\n30 2 3 4 5 6 7 8\n2\n", pulse), SUM_BANNER);
+        fail_array_allocation(0);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "2D pulses: not enough memory\n");
+        EXPECT_TRUE(pulse.all_zero());
     }
 }
 

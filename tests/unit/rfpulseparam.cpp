@@ -240,6 +240,7 @@ TEST(PulseParameters, WithoutMemoryNothingChanges)
 {
     const int ap = 16;
     const Samples before = random_samples(ap, 11);
+    testing::internal::CaptureStderr();
     for (int failing = 1; failing <= 3; failing++) { // real part, imaginary part, transform
         Samples par(8, 9.0), signal = before;
         fail_array_allocation(failing);
@@ -256,4 +257,8 @@ TEST(PulseParameters, WithoutMemoryNothingChanges)
         EXPECT_EQ(signal, before) << failing;
     }
     fail_array_allocation(0);
+    std::string messages;
+    for (int failed = 1; failed <= 10; failed++)
+        messages += "RF pulse conversion: not enough memory\n";
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), messages);
 }

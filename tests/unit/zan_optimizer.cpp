@@ -5,6 +5,7 @@
 #include "engine_fixture.h"
 #include "fake_gnuplot.h"
 #include "matrices.h"
+#include "memory.h"
 
 #include "platformlib.h"
 #include "rfpulselib.h"
@@ -249,6 +250,21 @@ TEST_F(Optimizer, AFlatLineEndsAtOnce)
     EXPECT_EQ(iterations, 1);
     EXPECT_EQ(minimum, 0.0);
     EXPECT_EQ(p[3], 4.0);
+}
+
+TEST_F(Optimizer, WithoutMemoryNothingIsSearchedAndItIsTold)
+{
+    set_up_rotation();
+    for (int failing = 1; failing <= 3; failing++) {
+        double p[4] = {1.0, 2.0, 3.0, 4.0}, minimum = 7.0;
+        int iterations = 5;
+        fail_array_allocation(failing);
+        const Console console = captured([&] { frprmn(p, 4, 3e-5, &iterations, &minimum); });
+        fail_array_allocation(0);
+        EXPECT_EQ(console.err, "Optimization: not enough memory\n");
+        EXPECT_EQ(p[0], 1.0);
+        EXPECT_EQ(p[3], 4.0);
+    }
 }
 
 TEST_F(Optimizer, SignsAreTakenFromTheSecondNumber)
