@@ -11,6 +11,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 static void run_reference_checks(void)
 {
@@ -52,34 +53,47 @@ int read_menu_choice(void)
     }
 }
 
+static void act_on(int choice)
+{
+    switch (choice) {
+    case 1:
+        std::puts("\n[ZAN] Opening model preparation / editing...");
+        ZANPrepareMenu();
+        break;
+    case 2:
+        std::puts("\n[ZAN] Starting non-interactive mode...");
+        LiouvilleNonInteractive();
+        break;
+    case 3:
+        import_zan_model();
+        break;
+    case 4:
+        ZANExportCurrentModelInteractive();
+        break;
+    default:
+        run_reference_checks();
+        break;
+    }
+}
+
+static void print_no_memory(void)
+{
+    std::fputs("[ZAN] Not enough memory.\n", stderr);
+}
+
+// The library throws when memory runs out. What was begun is given up; the model stays.
 static void run_main_menu(void)
 {
-    for (;;) {
-        switch (read_menu_choice()) {
-        case 1:
-            std::puts("\n[ZAN] Opening model preparation / editing...");
-            ZANPrepareMenu();
-            break;
-        case 2:
-            std::puts("\n[ZAN] Starting non-interactive mode...");
-            LiouvilleNonInteractive();
-            break;
-        case 3:
-            import_zan_model();
-            break;
-        case 4:
-            ZANExportCurrentModelInteractive();
-            break;
-        case 5:
-            run_reference_checks();
-            break;
-        default:
-            return;
+    for (int choice = read_menu_choice(); choice != 6; choice = read_menu_choice()) {
+        try {
+            act_on(choice);
+        } catch (const std::bad_alloc &) {
+            print_no_memory();
         }
     }
 }
 
-int ZANMain(int argc, char **argv)
+static int run_mode_or_menu(int argc, char **argv)
 {
     enter_runtime_work_dir();
     TotalStartUp();
@@ -95,4 +109,14 @@ int ZANMain(int argc, char **argv)
     run_main_menu();
     std::puts("\n[ZAN] Exiting.");
     return 0;
+}
+
+int ZANMain(int argc, char **argv)
+{
+    try {
+        return run_mode_or_menu(argc, argv);
+    } catch (const std::bad_alloc &) {
+        print_no_memory();
+        return 1;
+    }
 }

@@ -14,12 +14,27 @@ static int run_all_cases(void)
     return ok;
 }
 
+// The loaded model comes back however the checks end.
+struct LoadedModel {
+    ZANLegacySnapshot snapshot;
+
+    LoadedModel() { CaptureLegacySnapshot(&snapshot); }
+    ~LoadedModel()
+    {
+        RestoreLegacySnapshot(&snapshot);
+        ZAN_SetSmokeCheckMode(0);
+    }
+};
+
+static int check_beside_loaded_model(void)
+{
+    const LoadedModel model;
+    return run_all_cases();
+}
+
 int ZANModel_RunReferenceChecks(void)
 {
-    static ZANLegacySnapshot snapshot;
-    CaptureLegacySnapshot(&snapshot);
-    const int ok = run_all_cases();
-    RestoreLegacySnapshot(&snapshot);
+    const int ok = check_beside_loaded_model();
     std::puts(ok ? "All zanmodel smoke/reference checks passed."
                  : "One or more zanmodel smoke/reference checks failed.");
     return ok;
