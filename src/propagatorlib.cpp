@@ -1,6 +1,7 @@
-// propagatorlib.cpp - propagators of a sector by the fast path: the few nonzeros of H
-// (propagatorlib_sparse), samples joined where they can be, and the vector kernels
-// (propagatorlib_lanes.h) eight rows at a time. Other operators go the plain way.
+// propagatorlib.cpp - propagators of a sector by the fast path: the spin system in parts
+// (propagatorlib_system), its samples as steps (propagatorlib_plan), and rows and positions dealt
+// out to the vector kernels (propagatorlib_lanes.h) on all cores. What does not suit them goes the
+// plain way.
 
 #include "propagatorlib_system.h"
 #include "threads.h"
@@ -29,7 +30,8 @@ void unpack_matrix(int n, const std::complex<double> *packed, CMatrix *mat)
 
 // ------------------------------------------------------------------ positions into lanes
 
-double sample_offset(const SectorField &f, const Position &at, int k)
+// Of sample k, rad/s.
+static double sample_offset(const SectorField &f, const Position &at, int k)
 {
     if (!f.gx)
         return f.offset;

@@ -79,9 +79,6 @@ struct SectorPlan {
 // False when a step is so long that the squarings of the plain path are the faster way.
 bool make_sector_plan(const SectorField &field, const SystemPart &part, SectorPlan *plan);
 
-// Of sample k, rad/s.
-double sample_offset(const SectorField &f, const Position &at, int k);
-
 // ------------------------------------------------------------------ kernels
 
 struct AlignedFree {
@@ -93,6 +90,12 @@ inline AlignedDoubles aligned_doubles(size_t count)
 {
     return AlignedDoubles(
         static_cast<double *>(::operator new[](count * sizeof(double), std::align_val_t{64})));
+}
+
+// Doubles of LaneJob.work.
+inline size_t lane_work_size(int n, int bundles, int lanes, size_t elements)
+{
+    return (size_t)(6 * bundles + 1) * (size_t)n * (size_t)lanes + elements;
 }
 
 // SectorPropagators by one kernel; false when the operators have another form.

@@ -39,11 +39,6 @@ struct LaneJob {
     double *work; // aligned to 64 bytes, lane_work_size() doubles
 };
 
-inline size_t lane_work_size(int n, int bundles, int lanes, size_t elements)
-{
-    return (size_t)(6 * bundles + 1) * (size_t)n * (size_t)lanes + elements;
-}
-
 void propagate_lanes_baseline(const LaneJob &job);
 void propagate_lanes_avx2(const LaneJob &job);
 void propagate_lanes_avx512(const LaneJob &job);
