@@ -98,13 +98,6 @@ void make_history_cache(const VoxelGrid &grid, const Axes &axes, const Batch &b,
     const int64_t distinct = distinct_keys(grid, axes);
     const int64_t fits = HISTORY_BYTES / (2 * b.size * (int64_t)sizeof(Complex));
     cache->capacity = distinct < voxels_of(grid) ? (int)std::min(distinct, fits) : 0;
-    try {
-        cache->before.resize((size_t)(cache->capacity * b.size));
-        cache->after.resize((size_t)(cache->capacity * b.size));
-    } catch (const std::bad_alloc &) {
-        cache->before.clear();
-        cache->capacity = 0;
-    }
     cache->made_by.resize((size_t)b.capacity);
     cache->same_as.resize((size_t)b.capacity);
 }
@@ -127,7 +120,8 @@ void find_histories(int64_t first, HistoryCache *cache, Batch *b)
         } else if ((int)cache->slot.size() < cache->capacity) {
             made_by = (int)cache->slot.size();
             cache->slot.emplace(key, made_by);
-            std::copy_n(rho, b->size, cache->before.data() + made_by * b->size);
+            cache->before.insert(cache->before.end(), rho, rho + b->size);
+            cache->after.resize(cache->before.size());
         }
     }
 }
