@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <map>
 
 // ------------------------------------------------------------------ the series of exp
 
@@ -149,20 +150,24 @@ static int end_of_step(const SectorField &f, int first, bool free)
     return k;
 }
 
-static bool plan_driven(SectorPlan *plan, int first, int last, double *phase, SeriesTable *table)
+// Samples first..*last-1, equal ones, as one step; *last moves down to what is not too long.
+static bool plan_driven(SectorPlan *plan, int first, int *last, double *phase, SeriesTable *table)
 {
     const SectorField &f = *plan->field;
-    const double wanted = std::atan2(f.yb[first], f.xb[first]);
-    const double b = rf_amplitude(f, first), T = (last - first) * f.tau;
-    const double x = norm_bound(plan->part->sparse, largest_offset(f, first), b) * std::fabs(T);
-    if (!(x < LONGEST_STEP))
+    const double wanted = std::atan2(f.yb[first], f.xb[first]), b = rf_amplitude(f, first);
+    const double of_sample =
+        norm_bound(plan->part->sparse, largest_offset(f, first), b) * std::fabs(f.tau);
+    if (!(of_sample < LONGEST_STEP))
         return false;
+    if (of_sample * (*last - first) > LONGEST_STEP)
+        *last = first + (int)(LONGEST_STEP / of_sample);
+    const double x = of_sample * (*last - first), T = (*last - first) * f.tau;
     const int substeps = std::max(1, (int)std::ceil(x / LONGEST_SUBSTEP));
     const SeriesTable::Entry series = find_series(x / substeps, table, &plan->series);
     const int turn = wanted == *phase ? -1 : add_turn(plan, wanted - *phase);
     *phase = wanted;
     plan->steps.push_back(
-        {first, last, false, b, T / substeps, substeps, series.terms, series.at, turn, 0});
+        {first, *last, false, b, T / substeps, substeps, series.terms, series.at, turn, 0});
     return true;
 }
 
@@ -171,22 +176,21 @@ static bool plan_steps(SectorPlan *plan)
     const SectorField &f = *plan->field;
     SeriesTable table;
     double phase = 0.0;
-    int known_length = 0, known_blocks = 0;
+    std::map<int, int> blocks_of; // by samples without RF
     for (int first = 0, last; first < f.ap; first = last) {
         const bool free = rf_amplitude(f, first) == 0.0;
         last = end_of_step(f, first, free);
         if (!free) {
-            if (!plan_driven(plan, first, last, &phase, &table))
+            if (!plan_driven(plan, first, &last, &phase, &table))
                 return false;
             continue;
         }
-        if (last - first != known_length) {
-            known_length = last - first;
-            known_blocks = (int)plan->blocks_re.size();
-            append_free_propagator(plan->part->sparse, plan->part->free, known_length * f.tau,
+        const auto [blocks, added] =
+            blocks_of.try_emplace(last - first, (int)plan->blocks_re.size());
+        if (added)
+            append_free_propagator(plan->part->sparse, plan->part->free, (last - first) * f.tau,
                                    &plan->blocks_re, &plan->blocks_im);
-        }
-        plan->steps.push_back({first, last, true, 0.0, f.tau, 1, 0, 0, -1, known_blocks});
+        plan->steps.push_back({first, last, true, 0.0, f.tau, 1, 0, 0, -1, blocks->second});
     }
     plan->last_turn = add_turn(plan, -phase);
     return true;

@@ -353,8 +353,10 @@ static void find_evolution_propagators(SectorField field, double dt, int first, 
     const Position origin = {0.0, 0.0, 0.0};
     for (int v = 0; v < b.count; v++) {
         field.tau = (first + v) * dt;
-        SectorPropagators(field, &origin, 1, propagators + v * b.size);
-        b.which.get()[v] = v;
+        const bool evolves = field.tau != 0.0;
+        if (evolves)
+            SectorPropagators(field, &origin, 1, propagators + v * b.size);
+        b.which.get()[v] = evolves ? v : -1;
     }
 }
 

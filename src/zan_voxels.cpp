@@ -74,9 +74,19 @@ static void look_ahead(int known, int64_t next, PropagatorCache *cache)
         find_slot(cache, known, v);
 }
 
+// Voxels of the batch whose propagator is not kept.
+static int64_t count_unknown(const PropagatorCache &cache, int64_t first, int count)
+{
+    int64_t unknown = 0;
+    for (int v = 0; v < count; v++)
+        unknown += cache.slot.count(voxel_key(cache.grid, cache.axes, first + v)) == 0;
+    return unknown;
+}
+
 void find_propagators(const SectorField &field, int64_t first, PropagatorCache *cache, Batch *b)
 {
-    if (!cache->holds_all && (int64_t)cache->slot.size() + b->count > cache->capacity)
+    if (!cache->holds_all &&
+        (int64_t)cache->slot.size() + count_unknown(*cache, first, b->count) > cache->capacity)
         cache->slot.clear();
     const int known = (int)cache->slot.size();
     cache->missing.clear();

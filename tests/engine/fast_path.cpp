@@ -168,6 +168,38 @@ TEST_F(FastPath, AgreesForSectorsOfOneKind)
     expect_agreement(field_of(Waveform(), 1e-5, 7.0), random_positions(random, 2), "no sample");
 }
 
+TEST_F(FastPath, CutsEqualSamplesThatAreTooLongTogether)
+{
+    std::mt19937 random(2013);
+    build_spins(random_spins(random, {1, 1}, 2));
+    const SectorField f = field_of(constant_waveform(40, 9e3, -3e3), 0.3, 7.0);
+    const auto system = PrepareSectorSystem(f);
+    SectorPlan plan;
+    ASSERT_TRUE(make_sector_plan(f, system->whole, &plan));
+    EXPECT_GT(plan.steps.size(), 1u);
+    EXPECT_EQ(plan.steps.back().last, 40);
+    Propagators p(size_for({{}}));
+    EXPECT_TRUE(propagate_fast(LANES_BASELINE, f, random_positions(random, 1).data(), 1, p.data()));
+    SectorField longer = f;
+    longer.tau = 300.0;
+    EXPECT_FALSE(make_sector_plan(longer, system->whole, &plan));
+}
+
+TEST_F(FastPath, MakesRunsWithoutRfOfOneLengthOnce)
+{
+    std::mt19937 random(2014);
+    build_spins(random_spins(random, {1, 1}, 2));
+    Waveform w = random_waveform(random, 60, false, false, false);
+    for (size_t k : {1, 3, 4, 6, 8, 9, 11, 13, 14, 58})
+        w.xb[k] = w.yb[k] = 0.0; // runs of 1, 2, 1, 2, 1, 2, 1 samples
+    const SectorField f = field_of(w, 1e-4, 7.0);
+    const auto system = PrepareSectorSystem(f);
+    SectorPlan plan;
+    ASSERT_TRUE(make_sector_plan(f, system->whole, &plan));
+    EXPECT_EQ(plan.blocks_re.size(), 2 * (size_t)(1 + 2 * 2 + 1));
+    expect_agreement(f, random_positions(random, 2), "runs of two lengths");
+}
+
 TEST_F(FastPath, GivesAPositionTheSameBytesInAnyCompany)
 {
     std::mt19937 random(2007);
