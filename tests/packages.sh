@@ -43,6 +43,9 @@ for file in LICENSE CHANGELOG.md docs/user-guide.md; do [[ -s $file ]] || fail "
 if readelf -d build/zan | grep NEEDED; then fail "the Linux program needs shared libraries"; fi
 
 cd "$WORK/windows folder"/zan-*
+if x86_64-w64-mingw32-objdump -p build/zan.exe | grep 'DLL Name: lib'; then
+    fail "the Windows program needs libraries of the compiler"
+fi
 first_command >run.bat
 "$ROOT/tools/wine.sh" cmd /c run.bat >out.txt
 same_numbers "$linux" "$RESULT" || fail "Linux and Windows differ in $RESULT"
