@@ -172,7 +172,8 @@ TEST_F(FastPath, CutsEqualSamplesThatAreTooLongTogether)
 {
     std::mt19937 random(2013);
     build_spins(random_spins(random, {1, 1}, 2));
-    const SectorField f = field_of(constant_waveform(40, 9e3, -3e3), 0.3, 7.0);
+    const Waveform w = constant_waveform(40, 9e3, -3e3);
+    const SectorField f = field_of(w, 0.3, 7.0);
     const auto system = PrepareSectorSystem(f);
     SectorPlan plan;
     ASSERT_TRUE(make_sector_plan(f, system->whole, &plan));
