@@ -33,15 +33,25 @@ static bool can_be_propagated(const char *who, int64_t matrices)
     return false;
 }
 
-// What is left of a "store" that did not become "dm.bin".
+// What is left of a "store" of ours that did not become "dm.bin" goes, once it is closed.
 struct StoreRemover {
+    bool opened = false;
+
     ~StoreRemover()
     {
         const int error = errno;
-        plat_remove_file("store");
+        if (opened)
+            plat_remove_file("store");
         errno = error;
     }
 };
+
+static FilePtr open_store(StoreRemover *remover)
+{
+    FilePtr store{std::fopen("store", "wb")};
+    remover->opened = store != nullptr;
+    return store;
+}
 
 // The finished "store" becomes "dm.bin".
 static bool close_and_replace(FilePtr store)
@@ -55,8 +65,8 @@ static bool close_and_replace(FilePtr store)
 // A new "dm.bin" that holds mat count times.
 static WriteResult write_copies(int type, int num1, int count, const CMatrix *mat)
 {
-    const StoreRemover at_the_end;
-    FilePtr store{std::fopen("store", "wb")};
+    StoreRemover at_the_end;
+    FilePtr store = open_store(&at_the_end);
     if (!store)
         return NOT_OPENED;
     WriteResult result = WRITTEN;
@@ -247,8 +257,8 @@ static void finish_sector(void)
 static void rotate_3d_through_store(FilePtr in, int voxels)
 {
     static CMatrix H0;
-    const StoreRemover at_the_end;
-    FilePtr store{std::fopen("store", "wb")};
+    StoreRemover at_the_end;
+    FilePtr store = open_store(&at_the_end);
     if (!store) {
         std::perror("store");
         ConsolePause();
@@ -404,8 +414,8 @@ static const char *propagate_rows(FILE *in, FILE *store, const SectorField &fiel
 static void rotate_2d_through_store(FilePtr in, bool evolves, double dt, double offset)
 {
     static CMatrix H0;
-    const StoreRemover at_the_end;
-    FilePtr store{std::fopen("store", "wb")};
+    StoreRemover at_the_end;
+    FilePtr store = open_store(&at_the_end);
     if (!store) {
         std::perror("dm.bin"); // names the file that cannot get its next generation
         return;

@@ -260,6 +260,19 @@ TEST_F(Propagation, AStoreThatCannotBeMadeIsReported)
     EXPECT_NE(read_text("dm.bin"), "");
 }
 
+TEST_F(Propagation, AStoreThatCannotBeOpenedIsNotRemoved)
+{
+    prepare_pulse();
+    write_blank(0, 2, 1);
+    rt.calc = 1;
+    std::error_code failure;
+    std::filesystem::create_symlink("nowhere/store", "store", failure);
+    if (failure)
+        GTEST_SKIP() << "no symbolic links here";
+    expect_refusal(Rotate3D, "", missing_file_message("store"));
+    EXPECT_TRUE(std::filesystem::is_symlink("store"));
+}
+
 TEST_F(Propagation, ADensityFileThatCannotBeStartedIsReportedUnderItsName)
 {
     prepare_pulse();
