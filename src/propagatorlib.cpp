@@ -225,11 +225,10 @@ static void do_shares(LaneKernel kernel, const SectorPlan &plan, const Position 
                       const std::vector<Share> &shares, std::vector<Worker> *workers,
                       std::complex<double> *propagators)
 {
-    const int threads = (int)workers->size();
-#pragma omp parallel for num_threads(threads) schedule(static) if (threads > 1)
-    for (size_t s = 0; s < shares.size(); s++)
-        do_share(kernel, plan, positions, shares[s], &(*workers)[(size_t)thread_number()],
+    for_all((int)workers->size(), (int64_t)shares.size(), [&](int64_t s, int thread) {
+        do_share(kernel, plan, positions, shares[(size_t)s], &(*workers)[(size_t)thread],
                  propagators);
+    });
 }
 
 // The series of every sample suffice for the positions in the box: it must hold them all.
@@ -300,15 +299,13 @@ static void assemble_all(const SectorSystem &system, int count,
     const int threads = threads_for((double)(assembly_work(system.split) * count), count);
     std::vector<std::complex<double>> all_scratch((size_t)(scratch * threads));
     std::vector<const std::complex<double> *> of_position((size_t)threads * parts.size());
-#pragma omp parallel for num_threads(threads) schedule(static) if (threads > 1)
-    for (int p = 0; p < count; p++) {
-        const int t = thread_number();
+    for_all(threads, count, [&](int64_t p, int t) {
         const std::complex<double> **const blocks = &of_position[(size_t)t * parts.size()];
         for (size_t b = 0; b < parts.size(); b++)
             blocks[b] = parts[b].data() + (int64_t)(parts[b].size() / (size_t)count) * p;
         assemble_propagator(system.split, blocks, all_scratch.data() + scratch * t,
                             propagators + p * n * n);
-    }
+    });
 }
 
 static bool propagate_parts(LaneKernel kernel, const SectorField &field, const SectorSystem &system,

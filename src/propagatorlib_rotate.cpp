@@ -119,16 +119,15 @@ void rotate_fast(LaneKernel kernel, int n, const std::complex<double> *propagato
     std::vector<RotationWorker> workers;
     for (int t = 0; t < threads; t++)
         workers.push_back(make_worker(n));
-#pragma omp parallel for num_threads(threads) schedule(static) if (threads > 1)
-    for (int v = 0; v < count; v++) {
-        RotationWorker &w = workers[(size_t)thread_number()];
+    for_all(threads, count, [&](int64_t v, int thread) {
+        RotationWorker &w = workers[(size_t)thread];
         if (which[v] < 0)
-            continue;
+            return;
         if (which[v] != w.at)
             take_propagator(n, propagators + which[v] * size, &w);
         w.at = which[v];
         rotate_one(kernel, n, w, rho + v * size);
-    }
+    });
 }
 
 void RotateDensities(int n, const std::complex<double> *propagators, const int *which, int count,

@@ -12,7 +12,7 @@
 inline int threads_for(double products, int64_t pieces)
 {
 #ifdef _OPENMP
-    const double WORTH_WAKING = 1e5;
+    const double WORTH_WAKING = 1e6;
     const int64_t most = omp_get_max_threads();
     if (products >= WORTH_WAKING)
         return (int)(pieces < most ? pieces : most);
@@ -23,13 +23,21 @@ inline int threads_for(double products, int64_t pieces)
     return 1;
 }
 
-inline int thread_number(void)
+// work(i, thread) for i = 0..count-1, thread 0..threads-1. One thread does without OpenMP, which
+// ends the program when memory is short. work must not throw.
+template <class Work> void for_all(int threads, int64_t count, const Work &work)
 {
 #ifdef _OPENMP
-    return omp_get_thread_num();
-#else
-    return 0;
+    if (threads > 1) {
+#pragma omp parallel for num_threads(threads) schedule(static)
+        for (int64_t i = 0; i < count; i++)
+            work(i, omp_get_thread_num());
+        return;
+    }
 #endif
+    (void)threads;
+    for (int64_t i = 0; i < count; i++)
+        work(i, 0);
 }
 
 #endif
