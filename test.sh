@@ -54,8 +54,8 @@ count_tests() # PRESET
         good=$(total '\[  PASSED  \] \([0-9]*\) tests\{0,1\}\.' "$log")
         all=$((good + bad))
     else
-        bad=$(total ' \([0-9]*\) tests failed out of [0-9]*$' "$log")
-        all=$(total ' [0-9]* tests failed out of \([0-9]*\)$' "$log")
+        bad=$(total ' \([0-9]*\) tests failed out of ' "$log")
+        all=$(total ' tests failed out of \([0-9]*\)' "$log")
     fi
     failed=$((failed + bad))
     passed=$((passed + all - bad))
