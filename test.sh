@@ -4,16 +4,11 @@
 #   ./test.sh            the release build, the sanitizer build, the Windows build (under Wine), and
 #                        the packages of both systems
 #   ./test.sh --quick    the release build alone
+#   ./test.sh --coverage a build that counts, and which lines and branches of the product its tests
+#                        reach; the page to look at is build-coverage/report/index.html
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")"
 . tools/steps.sh
-
-quick=no
-case ${1-} in
-'') ;;
---quick) quick=yes ;;
-*) fail "usage: ./test.sh [--quick]" ;;
-esac
 
 summary=()
 passed=0
@@ -65,8 +60,7 @@ run_tests() # PRESET FOLDER CTEST_OPTIONS...
 {
     local bad all
     echo "Testing $1 ..."
-    if quietly "$1-tests" ctest --test-dir "$2" --output-on-failure --no-tests=error \
-        -j "$(nproc)" "${@:3}"
+    if quietly "$1-tests" ctest --test-dir "$2" --no-tests=error -j "$(nproc)" "${@:3}"
     then
         count_tests "$1"
         report "ok    " "$1 tests: $all, none failed"
@@ -86,13 +80,57 @@ check_packages()
     fi
 }
 
-tools/setup.sh test
-if build release-tests; then run_tests release-tests build; fi
-if [[ $quick == no ]]; then
-    if build sanitize; then run_tests sanitize build-sanitize; fi
+# Branches that g++ adds for calls that throw are not counted.
+check_coverage()
+{
+    echo "Counting lines and branches ..."
+    mkdir -p build-coverage/report
+    if quietly coverage gcovr -j "$(nproc)" --root . --filter 'src/' --filter 'incl/' \
+        --exclude-throw-branches --exclude-unreachable-branches --print-summary \
+        --fail-under-line 95 --html-details build-coverage/report/index.html \
+        --txt build-coverage/report/summary.txt build-coverage
+    then
+        report "ok    " "$(coverage_line)"
+    else
+        report "FAILED" "$(coverage_line)"
+    fi
+}
+
+coverage_line()
+{
+    sed -n 's/^\(lines\|branches\): /\1 /p' "$LOGS/coverage.log" | paste -sd, | sed 's/,/, /g'
+}
+
+test_coverage()
+{
+    tools/setup.sh coverage
+    build coverage || return 0
+    find build-coverage -name '*.gcda' -delete
+    # Where a program may not write or is killed it cannot write its counters either.
+    run_tests coverage build-coverage --output-on-failure -E '^faults\.|RuntimeDirectory.OneThatCannotBeMade'
+    check_coverage
+}
+
+test_release()
+{
+    tools/setup.sh test
+    if build release-tests; then run_tests release-tests build --output-on-failure; fi
+}
+
+test_all()
+{
+    test_release
+    if build sanitize; then run_tests sanitize build-sanitize --output-on-failure; fi
     if build windows-tests; then run_tests windows-tests build-windows -V; fi
     check_packages
-fi
+}
+
+case ${1-} in
+'') test_all ;;
+--quick) test_release ;;
+--coverage) test_coverage ;;
+*) fail "usage: ./test.sh [--quick | --coverage]" ;;
+esac
 
 echo
 echo "Summary"

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that are missing, by name.
 #
-#   tools/setup.sh         what building and running needs
-#   tools/setup.sh test    also what the tests need
+#   tools/setup.sh           what building and running needs
+#   tools/setup.sh test      also what the tests need
+#   tools/setup.sh coverage  also what counting the lines that the tests reach needs
 #
 # Where nothing is missing it only looks, and is done at once.
 set -euo pipefail
@@ -26,6 +27,10 @@ program gnuplot-nox gnuplot
 library libeigen3-dev eigen3/Eigen/Core
 case ${1-} in
 '') ;;
+coverage)
+    library libgtest-dev gtest/gtest.h
+    program gcovr gcovr
+    ;;
 test)
     library libgtest-dev gtest/gtest.h
     library libbenchmark-dev benchmark/benchmark.h
@@ -35,7 +40,7 @@ test)
     program unzip unzip
     ;;
 *)
-    echo "usage: tools/setup.sh [test]" >&2
+    echo "usage: tools/setup.sh [test | coverage]" >&2
     exit 1
     ;;
 esac

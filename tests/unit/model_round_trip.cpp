@@ -371,6 +371,19 @@ TEST_P(ModelRoundTrip, ALoadedModelSavesAndLoadsAgain)
             << loaded.seq.sectors[s].pulse_filename;
 }
 
+TEST_P(ModelRoundTrip, AFileLoadsIntoTheRuntimeState)
+{
+    char message[1024] = "";
+    ASSERT_TRUE(load(c.at.model(), &loaded));
+    rt.Nspins = rt.nos = 0;
+    ASSERT_TRUE(succeeded(
+        ZANModel_LoadCurrentLegacyStateFromText(c.at.model().c_str(), message, sizeof message),
+        message));
+    EXPECT_TRUE(zan_runtime_matches_model_def(&loaded.spin, &loaded.seq, &loaded.cfg, message,
+                                              sizeof message))
+        << message;
+}
+
 INSTANTIATE_TEST_SUITE_P(Seeds, ModelRoundTrip, testing::Range(1u, 31u));
 
 } // namespace

@@ -275,3 +275,21 @@ TEST_F(SinglePulse, TheStepMenuDefinesASpinSystem)
     EXPECT_EQ(rt.n, 4);
     EXPECT_EQ(rt.systemset, 1);
 }
+
+TEST_F(SinglePulse, TheStepMenuReachesWhatUsesThem)
+{
+    const struct {
+        const char *answers, *printed;
+    } steps[] = {
+        {"3\nn\nn\nn\n", "           ***  SPATIAL GRID / OFFSET SETUP    ***\n"},
+        {"4\n\n", ">>>> NO RF-PULSE DEFINED ERROR <<<<\n"},
+        {"5\n9\n", "  3. Calculate 2D spectrum\n"},
+        {"6\n2\n", "***       CALCULATION OF EXPECTATION VALUES      ***\n"},
+        {"7\n3\n\n3\n\n", "Bx(t)\n"},
+    };
+    for (const auto &step : steps) {
+        const std::string printed = dialog(LiouvilleInteractive, step.answers);
+        EXPECT_EQ(printed.find(step_menu + "\n"), 0u);
+        EXPECT_NE(printed.find(step.printed), std::string::npos) << printed;
+    }
+}

@@ -435,3 +435,27 @@ TEST_F(ModelRuntime, PassesOnWhyItCannotBeCaptured)
     EXPECT_EQ(matches(three_spin_model(), &message), 0);
     EXPECT_EQ(message, "legacy spin system is not captureable: Nspins=0 outside 1..8");
 }
+
+// ----------------------------------------------------------------------------------- files
+
+TEST_F(ModelRuntime, AFileNeedsAName)
+{
+    for (const char *path : {(const char *)nullptr, ""}) {
+        char message[64] = "";
+        EXPECT_EQ(ZANModel_LoadCurrentLegacyStateFromText(path, message, sizeof message),
+                  ZAN_MODEL_ERR_NULLPTR);
+        EXPECT_STREQ(message, "input path must be non-empty");
+        EXPECT_EQ(ZANModel_SaveCurrentLegacyStateToText(path, message, sizeof message),
+                  ZAN_MODEL_ERR_NULLPTR);
+        EXPECT_STREQ(message, "output path must be non-empty");
+    }
+}
+
+TEST_F(ModelRuntime, AFileThatCannotBeReadLeavesTheStateAlone)
+{
+    apply(three_spin_model());
+    char message[256] = "";
+    EXPECT_EQ(ZANModel_LoadCurrentLegacyStateFromText("no such file", message, sizeof message),
+              ZAN_MODEL_ERR_IO);
+    EXPECT_EQ(rt.Nspins, 3);
+}
