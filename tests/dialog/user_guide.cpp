@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <sstream>
 
 namespace fs = std::filesystem;
 
@@ -34,6 +35,23 @@ void expect_files(const Tree &tree)
         EXPECT_TRUE(fs::exists(tree_path(tree, name))) << name;
 }
 
+// Frequency of the largest magnitude in a spectrum as CSV, Hz, to one decimal.
+std::string largest_line(const std::string &csv)
+{
+    std::istringstream lines(csv);
+    double largest = 0.0;
+    char hz[32] = "";
+    for (std::string line; std::getline(lines, line);) {
+        double f = 0.0, mag = 0.0;
+        if (std::sscanf(line.c_str(), "%lf,%*f,%*f,%*f,%*f,%*f,%*f,%*f,%lf", &f, &mag) != 2 ||
+            mag <= largest)
+            continue;
+        largest = mag;
+        std::snprintf(hz, sizeof hz, "%.1f Hz", f);
+    }
+    return hz;
+}
+
 } // namespace
 
 TEST(UserGuide, ShowsWhatTheProgramPrintsAndWrites)
@@ -54,4 +72,19 @@ TEST(UserGuide, ShowsTheReferenceChecks)
     const ProgramResult result = run_zan(tree, {}, session.typed);
     EXPECT_EQ(result.exit_code, 0);
     end_of_pieces(replaced(result.out, tree.root, "/home/me/zan"), session.printed);
+}
+
+TEST(UserGuide, ShowsHowToGetASpectrum)
+{
+    const Tree tree;
+    copy_examples(tree);
+    const GuideSession session = read_guide("user-guide.md", "spectrum");
+    const ProgramResult result = run_zan(tree, {}, session.typed);
+    EXPECT_EQ(result.exit_code, 0);
+    end_of_pieces(result.out, session.printed);
+    const std::string line = largest_line(read_file(tree_path(tree, "build/runtime/gaba_fd.csv")));
+    EXPECT_NE(line, "");
+    EXPECT_NE(read_file(ZAN_SOURCE_DIR "/docs/user-guide.md").find("largest line at " + line),
+              std::string::npos)
+        << line;
 }
