@@ -28,6 +28,7 @@ declare -A left_out=(
     ['tools/wine.sh']='./test.sh runs the Windows tests through it'
     ['build\zan']='a Windows program; tests/packages.sh runs it'
     ['build\zan --run-model "%CD%\models\lactate-slice.zanmodel"']=$packs
+    ['build/zan --run-model "$PWD/models/pair.zanmodel"']='the test of the session that composes it'
     ['./test.sh']='runs this test'
     ['./test.sh --quick']='runs this test'
     ['ctest --test-dir build -R dialog']='runs beside this test'

@@ -88,3 +88,17 @@ TEST(UserGuide, ShowsHowToGetASpectrum)
               std::string::npos)
         << line;
 }
+
+TEST(UserGuide, ShowsHowToComposeAModel)
+{
+    const Tree tree;
+    const GuideSession session = read_guide("user-guide.md", "compose");
+    const ProgramResult composed = run_zan(tree, {}, session.typed + "\n6\n2\n2\n\n7\n6\n");
+    EXPECT_EQ(composed.exit_code, 0);
+    end_of_pieces(composed.out, session.printed);
+    const std::string model = tree_path(tree, "models/pair.zanmodel");
+    EXPECT_EQ(run_zan(tree, {"--run-model", model}).exit_code, 0);
+    const std::string signal = read_file(tree_path(tree, "build/runtime/results/pair.bin"));
+    EXPECT_EQ(signal.size(), 12u + 1024u * 2u * sizeof(double));
+    EXPECT_EQ(read_file(tree_path(tree, "build/runtime/pair.bin")), signal);
+}
