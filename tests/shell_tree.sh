@@ -5,6 +5,7 @@
 # In the copy nothing is built or installed: cmake does nothing for what run.sh asks of it and refuses
 # everything else, and apt-get and sudo do nothing.
 
+export LC_ALL=C.UTF-8 # numbers have a point
 CHECKOUT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 TREE=$(mktemp -d)
 trap 'rm -rf "$TREE"' EXIT
