@@ -74,7 +74,7 @@ check_packages()
 {
     echo "Packing ..."
     if quietly packages tests/packages.sh; then
-        report "ok    " "packages: both run their first example"
+        report "ok    " "packages: both run the commands of their README"
     else
         report "FAILED" "packages"
     fi

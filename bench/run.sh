@@ -7,8 +7,14 @@
 # Times are the best of several; only ratios within one run mean something.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
-large=yes
-[[ ${1-} != --no-large ]] || large=no
+case $* in
+'') large=yes ;;
+--no-large) large=no ;;
+*)
+    echo "usage: bench/run.sh [--no-large]" >&2
+    exit 2
+    ;;
+esac
 
 cmake --preset release-tests >/dev/null
 cmake --build --preset release-tests --target zan bench_engine >/dev/null

@@ -1,7 +1,4 @@
-// The user guide's session: what docs/user-guide.md shows is what the program prints.
-//
-// The blocks fenced as "session" are one session in pieces. In them « » holds an answer, which
-// the console would echo with its line end, and a line "[...]" stands for any lines.
+// The sessions of the user guide: what docs/user-guide.md shows is what the program prints.
 #include "sessions.h"
 
 #include <cstdio>
@@ -12,66 +9,6 @@ namespace fs = std::filesystem;
 
 namespace
 {
-
-struct GuideSession {
-    std::string typed;
-    std::vector<std::string> printed; // pieces, with anything between them
-};
-
-// Takes the answer out of a line that has one.
-void read_guide_line(std::string line, GuideSession *session)
-{
-    const std::string open = "«", close = "»";
-    const size_t begin = line.find(open), end = line.rfind(close);
-    if (line == "[...]") {
-        session->printed.emplace_back();
-    } else if (begin != std::string::npos && end == line.size() - close.size()) {
-        const size_t answer = begin + open.size();
-        session->typed += line.substr(answer, end - answer) + "\n";
-        session->printed.back() += line.substr(0, begin);
-    } else {
-        session->printed.back() += line + "\n";
-    }
-}
-
-GuideSession read_guide(void)
-{
-    GuideSession session;
-    session.printed.emplace_back();
-    std::istringstream guide(read_file(ZAN_SOURCE_DIR "/docs/user-guide.md"));
-    bool inside = false;
-    for (std::string line; std::getline(guide, line);) {
-        if (line == "```session" || line == "```")
-            inside = line != "```";
-        else if (inside)
-            read_guide_line(line, &session);
-    }
-    return session;
-}
-
-// A tree with the models that come with the program.
-void copy_examples(const Tree &tree)
-{
-    for (const char *dir : {"models", "spin-systems", "sequences"})
-        fs::copy(fs::path(ZAN_SOURCE_DIR) / dir, tree_path(tree, dir), fs::copy_options::recursive);
-}
-
-// Where in text the pieces stand in their order, the first at its begin; npos: not all of them.
-size_t end_of_pieces(const std::string &text, const std::vector<std::string> &pieces)
-{
-    size_t at = 0;
-    for (const std::string &piece : pieces) {
-        const size_t found = text.find(piece, at);
-        if (found == std::string::npos || (&piece == &pieces.front() && found != 0)) {
-            ADD_FAILURE() << "The guide shows\n"
-                          << piece << "\nThe program printed\n"
-                          << text.substr(at);
-            return std::string::npos;
-        }
-        at = found + piece.size();
-    }
-    return at;
-}
 
 void expect_transcript(const Tree &tree, const GuideSession &session, const ProgramResult &result)
 {
@@ -98,14 +35,70 @@ void expect_files(const Tree &tree)
         EXPECT_TRUE(fs::exists(tree_path(tree, name))) << name;
 }
 
+// Frequency of the largest magnitude in a spectrum as CSV, Hz, to one decimal.
+std::string largest_line(const std::string &csv)
+{
+    std::istringstream lines(csv);
+    double largest = 0.0;
+    char hz[32] = "";
+    for (std::string line; std::getline(lines, line);) {
+        double f = 0.0, mag = 0.0;
+        if (std::sscanf(line.c_str(), "%lf,%*f,%*f,%*f,%*f,%*f,%*f,%*f,%lf", &f, &mag) != 2 ||
+            mag <= largest)
+            continue;
+        largest = mag;
+        std::snprintf(hz, sizeof hz, "%.1f Hz", f);
+    }
+    return hz;
+}
+
 } // namespace
 
 TEST(UserGuide, ShowsWhatTheProgramPrintsAndWrites)
 {
     const Tree tree;
     copy_examples(tree);
-    const GuideSession session = read_guide();
+    const GuideSession session = read_guide("user-guide.md");
     ASSERT_GT(session.printed.size(), 10u);
     expect_transcript(tree, session, run_zan(tree, {}, session.typed));
     expect_files(tree);
+}
+
+TEST(UserGuide, ShowsTheReferenceChecks)
+{
+    const Tree tree;
+    const GuideSession session = read_guide("user-guide.md", "checks");
+    ASSERT_EQ(session.typed, "5\n");
+    const ProgramResult result = run_zan(tree, {}, session.typed);
+    EXPECT_EQ(result.exit_code, 0);
+    end_of_pieces(replaced(result.out, tree.root, "/home/me/zan"), session.printed);
+}
+
+TEST(UserGuide, ShowsHowToGetASpectrum)
+{
+    const Tree tree;
+    copy_examples(tree);
+    const GuideSession session = read_guide("user-guide.md", "spectrum");
+    const ProgramResult result = run_zan(tree, {}, session.typed);
+    EXPECT_EQ(result.exit_code, 0);
+    end_of_pieces(result.out, session.printed);
+    const std::string line = largest_line(read_file(tree_path(tree, "build/runtime/gaba_fd.csv")));
+    EXPECT_NE(line, "");
+    EXPECT_NE(read_file(ZAN_SOURCE_DIR "/docs/user-guide.md").find("largest line at " + line),
+              std::string::npos)
+        << line;
+}
+
+TEST(UserGuide, ShowsHowToComposeAModel)
+{
+    const Tree tree;
+    const GuideSession session = read_guide("user-guide.md", "compose");
+    const ProgramResult composed = run_zan(tree, {}, session.typed + "\n6\n2\n2\n\n7\n6\n");
+    EXPECT_EQ(composed.exit_code, 0);
+    end_of_pieces(composed.out, session.printed);
+    const std::string model = tree_path(tree, "models/pair.zanmodel");
+    EXPECT_EQ(run_zan(tree, {"--run-model", model}).exit_code, 0);
+    const std::string signal = read_file(tree_path(tree, "build/runtime/results/pair.bin"));
+    EXPECT_EQ(signal.size(), 12u + 1024u * 2u * sizeof(double));
+    EXPECT_EQ(read_file(tree_path(tree, "build/runtime/pair.bin")), signal);
 }
