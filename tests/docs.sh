@@ -31,6 +31,8 @@ declare -A left_out=(
     ['build/zan --run-model "$PWD/models/pair.zanmodel"']='the test of the session that composes it'
     ['./test.sh']='runs this test'
     ['./test.sh --quick']='runs this test'
+    ['./test.sh --coverage']='a build of its own, and runs this test'
+    ['tools/analyze.sh']=$minutes
     ['ctest --test-dir build -R dialog']='runs beside this test'
     ['tests/docs.sh']='this test'
     ['tests/run_script.sh']='a test of its own'
@@ -180,8 +182,9 @@ for command in "${!left_out[@]}"; do
     [[ -n ${seen[$command]-} ]] || fail "left out, but no document shows it: $command"
 done
 
-refused 1 'usage: ./test.sh [--quick]' ./test.sh --fast
-refused 1 'usage: tools/setup.sh [test]' tools/setup.sh all
+refused 1 'usage: ./test.sh [--quick | --coverage]' ./test.sh --fast
+refused 1 'usage: tools/setup.sh [test | coverage]' tools/setup.sh all
+refused 1 'usage: tools/analyze.sh [cppcheck | tidy | valgrind]' tools/analyze.sh lint
 refused 2 'usage: tools/fuzz.sh SECONDS [TARGET...]' tools/fuzz.sh
 refused 2 'usage: tools/fuzz.sh SECONDS [TARGET...]' tools/fuzz.sh soon
 refused 2 'usage: bench/run.sh [--no-large]' bench/run.sh --large
