@@ -48,7 +48,7 @@ commands >run.sh
 bash -e run.sh >out.txt </dev/null
 grep -q 'ZAN Main Menu' out.txt || fail "the menus of the Linux package"
 linux=$PWD
-for file in LICENSE CHANGELOG.md docs/user-guide.md; do [[ -s $file ]] || fail "no $file"; done
+for file in LICENSE CHANGELOG.md docs/user-guide.md bench/README.md; do [[ -s $file ]] || fail "no $file"; done
 if readelf -d build/zan | grep NEEDED; then fail "the Linux program needs shared libraries"; fi
 
 cd "$WORK/windows folder"/zan-*

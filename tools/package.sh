@@ -29,7 +29,7 @@ fill() # FOLDER PROGRAM NAME README LINE_END
 {
     local folder=$WORK/$1
     mkdir -p "$folder/build"
-    files_of docs "${EXAMPLES[@]}" | xargs -0 cp --parents -t "$folder"
+    files_of docs bench/README.md "${EXAMPLES[@]}" | xargs -0 cp --parents -t "$folder"
     cp LICENSE CHANGELOG.md "$folder"
     sed "s/@VERSION@/$VERSION/; s/\$/$5/" "$4" >"$folder/README.txt"
     cp "$2" "$folder/build/$3"
