@@ -123,6 +123,7 @@ test_all()
     if build sanitize; then run_tests sanitize build-sanitize --output-on-failure; fi
     if build windows-tests; then run_tests windows-tests build-windows -V; fi
     check_packages
+    tools/wine.sh
 }
 
 case ${1-} in
