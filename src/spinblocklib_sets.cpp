@@ -372,7 +372,7 @@ static bool has_total_spins(const SpinSets &sets)
 SpinSets couple_equivalent_spins(const SparseSystem &s, const ProductBasis &basis,
                                  std::vector<SpinBlock> *blocks)
 {
-    const SpinSets candidates = exchangeable_spins(s, basis);
+    SpinSets candidates = exchangeable_spins(s, basis);
     std::vector<SpinBlock> found;
     if (!has_total_spins(candidates))
         return candidates;
