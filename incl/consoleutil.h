@@ -15,6 +15,9 @@ bool ConsoleReadInt(int *value);
 bool ConsoleReadDouble(double *value);
 // A word without blanks, cut to size - 1 characters.
 bool ConsoleReadWord(char *word, size_t size);
+// A file name, one word. One that does not fit is read and refused: "WHAT: " and the system's text
+// for it on the error stream.
+bool ConsoleReadName(char *name, size_t size, const char *what);
 // Drops the unread rest of a line of which something was read; nothing after a whole line.
 void ConsoleDropLine(void);
 void ConsoleDropCharacter(void);

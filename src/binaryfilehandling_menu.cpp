@@ -23,12 +23,21 @@ static bool ask_int(const char *prompt, int *value)
     return ConsoleReadInt(value);
 }
 
+// At the end of input no name can come any more; one that was refused is a copy that failed.
+static binfh_status without_name(void)
+{
+    if (ConsoleAtEnd())
+        return BINFH_ERR_IO;
+    std::printf("Copy failed.\n");
+    return BINFH_OK;
+}
+
 static binfh_status copy_dm_bin_to_asked(void)
 {
     char name[NAME_SIZE];
     std::printf("Copy dm.bin to filename: ");
-    if (!ConsoleReadWord(name, sizeof name))
-        return BINFH_ERR_IO;
+    if (!ConsoleReadName(name, sizeof name, "fopen(dst)"))
+        return without_name();
     if (copy_file_complete("dm.bin", name) == BINFH_OK)
         std::printf("Copied dm.bin -> %s\n", name);
     else
@@ -40,8 +49,8 @@ static binfh_status copy_asked_to_dm_bin(void)
 {
     char name[NAME_SIZE];
     std::printf("Copy filename to dm.bin. Filename: ");
-    if (!ConsoleReadWord(name, sizeof name))
-        return BINFH_ERR_IO;
+    if (!ConsoleReadName(name, sizeof name, "fopen(src)"))
+        return without_name();
     if (copy_file_complete(name, "dm.bin") == BINFH_OK)
         std::printf("Copied %s -> dm.bin\n", name);
     else

@@ -8,9 +8,11 @@
 #include "platformlib.h"
 
 #include <cctype>
+#include <cerrno>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 static bool rest_of_line;   // something was read and its line end was not
 static int failures_at_end; // reads in a row that met the end of input
@@ -70,19 +72,33 @@ bool ConsoleReadDouble(double *value)
     return read_succeeded(std::scanf("%lf", value) == 1);
 }
 
-bool ConsoleReadWord(char *word, size_t size)
+// The next word, cut to size - 1 characters; returns how many it has, 0 at end of input.
+static size_t read_word(char *word, size_t size)
 {
     std::fflush(stdout);
     rest_of_line = true;
-    size_t length = 0;
+    size_t length = 0, kept = 0;
     int c = skip_spaces();
-    for (; c != EOF && !std::isspace(c); c = std::getchar())
-        if (length + 1 < size)
-            word[length++] = static_cast<char>(c);
+    for (; c != EOF && !std::isspace(c); c = std::getchar(), length++)
+        if (kept + 1 < size)
+            word[kept++] = static_cast<char>(c);
     if (c != EOF)
         std::ungetc(c, stdin);
-    word[length] = '\0';
-    return read_succeeded(length > 0);
+    word[kept] = '\0';
+    return length;
+}
+
+bool ConsoleReadWord(char *word, size_t size)
+{
+    return read_succeeded(read_word(word, size) > 0);
+}
+
+bool ConsoleReadName(char *name, size_t size, const char *what)
+{
+    const size_t length = read_word(name, size);
+    if (length >= size)
+        std::fprintf(stderr, "%s: %s\n", what, std::strerror(ENAMETOOLONG));
+    return read_succeeded(length > 0) && length < size;
 }
 
 void ConsoleDropCharacter(void)

@@ -63,15 +63,18 @@ static double shift_of(double center_hz, const ZANSlowBandSplitConfig *config)
     return center_hz / ppm_hz(config) + config->receiver_carrier_ppm;
 }
 
-static void make_tag(double center_hz, const ZANSlowBandSplitConfig *config, int has_metadata_ppm,
+// False when it does not fit: cut, the tags of two multiplets could be one.
+static bool make_tag(double center_hz, const ZANSlowBandSplitConfig *config, int has_metadata_ppm,
                      double metadata_ppm, char *tag, size_t size)
 {
+    int length;
     if (has_metadata_ppm)
-        std::snprintf(tag, size, "-[%.3fppm]", metadata_ppm);
+        length = std::snprintf(tag, size, "-[%.3fppm]", metadata_ppm);
     else if (has_ppm_scale(config))
-        std::snprintf(tag, size, "-[%.3fppm]", shift_of(center_hz, config));
+        length = std::snprintf(tag, size, "-[%.3fppm]", shift_of(center_hz, config));
     else
-        std::snprintf(tag, size, "-[%.1fHz]", center_hz);
+        length = std::snprintf(tag, size, "-[%.1fHz]", center_hz);
+    return length >= 0 && (size_t)length < size;
 }
 
 // Where the tag goes: before "_slow_" or "_SLOW_", else before the "_td.bin" at the end.
@@ -95,7 +98,8 @@ int slow_multiplet_output_filename(const char *output_filename, double center_hz
     if (std::strcmp(ending, ENDING) != 0)
         return 0;
     char tag[64];
-    make_tag(center_hz, config, has_metadata_ppm, metadata_ppm, tag, sizeof tag);
+    if (!make_tag(center_hz, config, has_metadata_ppm, metadata_ppm, tag, sizeof tag))
+        return 0;
     const char *rest = tag_position(output_filename, ending);
     const int written = std::snprintf(out, outsz, "%.*s%s%s", (int)(rest - output_filename),
                                       output_filename, tag, rest);

@@ -144,7 +144,7 @@ int Create_CSV_Files(double acq_time, char *fd_filename, size_t fd_size)
     CsvPair csv;
     char base[WORD_SIZE];
     std::printf("Base file name (without extension): ");
-    if (!ConsoleReadWord(base, sizeof base))
+    if (!ConsoleReadName(base, sizeof base, "fopen(td.csv)"))
         return 0;
     std::snprintf(csv.td_name, sizeof csv.td_name, "%s_td.csv", base);
     std::snprintf(csv.fd_name, sizeof csv.fd_name, "%s_fd.csv", base);
@@ -162,7 +162,7 @@ void Create_PV_WAVE_File(void)
 {
     char name[WORD_SIZE];
     std::printf("File name PV-Wave file : ");
-    if (!ConsoleReadWord(name, sizeof name))
+    if (!ConsoleReadName(name, sizeof name, "fopen(output)"))
         return;
     FilePtr in{std::fopen("zansign.bin", "rb")};
     if (!in) {

@@ -198,6 +198,12 @@ int ps_write_2d_sector_waveform_file(int sector, int ap)
 
 void ps_ask_result_file(void)
 {
-    std::printf("File name to store results in : ");
-    read_filename_stdin(rt.resultflnm, sizeof rt.resultflnm);
+    char name[sizeof rt.resultflnm + 1];
+    for (;;) {
+        std::printf("File name to store results in : ");
+        read_filename_stdin(name, sizeof name);
+        if (ps_copy_cstr(rt.resultflnm, sizeof rt.resultflnm, name))
+            return;
+        std::printf("File name is too long.\n");
+    }
 }

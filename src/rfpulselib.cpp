@@ -304,7 +304,7 @@ static FILE *open_parameter_file(void)
 {
     char name[256];
     std::printf("Pulse parameter file name: ");
-    if (!ConsoleReadWord(name, sizeof name))
+    if (!ConsoleReadName(name, sizeof name, "fopen(parameter file)"))
         return nullptr;
     std::putchar('\n');
     FILE *in = std::fopen(name, "r");

@@ -17,7 +17,7 @@
 #include <cstring>
 #include <string>
 
-enum { path_size = 4096, max_listed_models = 256, model_name_size = 260 };
+enum { path_size = 4096, max_listed_models = 256, model_name_size = 260, answer_size = 512 };
 
 char g_loaded_model_path[1024];
 int g_loaded_model_path_valid;
@@ -367,7 +367,7 @@ int prompt_model_selection_from_default_dir(char *full_path, size_t full_path_sz
 int prompt_model_path(const char *prompt, char *path, size_t pathsz)
 {
     std::printf("\n%s", prompt);
-    char line[512];
+    char line[answer_size + 1];
     if (!ConsoleReadLine(line, sizeof line) || !*line)
         return 0;
     std::snprintf(path, pathsz, "%s", line);
@@ -408,10 +408,11 @@ int prompt_export_model_path(char *full_path, size_t full_path_sz)
     if (!find_models_dir(dir, sizeof dir))
         return 0;
     std::printf("\n[ZAN] Default models directory:\n      %s\n", dir);
-    char answer[512];
+    char answer[answer_size + 1]; // one that is too long fills it
     if (!prompt_model_path("Enter .zanmodel file to export to: ", answer, sizeof answer))
         return 0;
-    if (!resolve_model_path(full_path, full_path_sz, answer) ||
+    if (std::strlen(answer) >= answer_size ||
+        !resolve_model_path(full_path, full_path_sz, answer) ||
         !ensure_zanmodel_extension(full_path, full_path_sz)) {
         std::puts("\n[ZAN] Export failed: output path is too long.");
         wait_to_return_to_menu();

@@ -243,6 +243,14 @@ int scan_string(const char *prompt, char *out, size_t buflen)
 
 // ---------------------------------------------------------------- files whose name is asked for
 
+enum { NAME_SIZE = 256 };
+
+static bool ask_name(const char *prompt, const char *what, char *name)
+{
+    print_prompt(prompt);
+    return ConsoleReadName(name, NAME_SIZE, what);
+}
+
 static size_t value_count(const int *ap)
 {
     return *ap > 0 ? static_cast<size_t>(*ap) : 0;
@@ -251,10 +259,10 @@ static size_t value_count(const int *ap)
 static dataio_status ask_and_write(const char *prompt, const RowLayout &layout, const int *ap,
                                    const double *x)
 {
-    char name[256] = "";
+    char name[NAME_SIZE] = "";
     if (!ap || !x)
         return DATAIO_ERR_NULLPTR;
-    if (!scan_string(prompt, name, sizeof name))
+    if (!ask_name(prompt, "fopen(write)", name))
         return DATAIO_ERR_IO;
     return write_rows(layout, value_count(ap), x, name);
 }
@@ -262,7 +270,7 @@ static dataio_status ask_and_write(const char *prompt, const RowLayout &layout, 
 // A bare name that is not in the working directory may be in the RF input directory.
 static std::string find_array_file(const char *name)
 {
-    char dir[1024], path[1024 + 256];
+    char dir[1024], path[1024 + NAME_SIZE];
     if (!std::strpbrk(name, "\\/:") && !plat_exists(name) &&
         ZAN_GetDefaultRFInputDir(dir, sizeof dir) && ZAN_BuildPath(path, sizeof path, dir, name) &&
         plat_exists(path))
@@ -273,10 +281,10 @@ static std::string find_array_file(const char *name)
 static dataio_status ask_and_read(const char *prompt, const RowLayout &layout, const int *ap,
                                   double *x)
 {
-    char name[256] = "";
+    char name[NAME_SIZE] = "";
     if (!ap || !x)
         return DATAIO_ERR_NULLPTR;
-    if (!scan_string(prompt, name, sizeof name))
+    if (!ask_name(prompt, "fopen(read)", name))
         return DATAIO_ERR_IO;
     return read_rows(layout, value_count(ap), x, find_array_file(name).c_str());
 }
@@ -309,10 +317,10 @@ void SGXYFileOut(const int *ap, const double *x, double xmin, double xinc)
 
 void Create_IDL_File(const char *fnm)
 {
-    char name[256] = "";
+    char name[NAME_SIZE] = "";
     if (!fnm)
         dataio_last_status = DATAIO_ERR_NULLPTR;
-    else if (!scan_string("File name PV-Wave/IDL file : ", name, sizeof name))
+    else if (!ask_name("File name PV-Wave/IDL file : ", "fopen(output)", name))
         dataio_last_status = DATAIO_ERR_IO;
     else
         dataio_last_status = Create_IDL_File_status(fnm, name);

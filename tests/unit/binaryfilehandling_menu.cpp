@@ -103,6 +103,22 @@ TEST_F(BinFileMenu, TellsACopyThatFailed)
     EXPECT_FALSE(dir.exists("dm.bin"));
 }
 
+TEST_F(BinFileMenu, ANameOf256CharactersIsRefusedNotCut)
+{
+    const std::string fits(255, 'n');
+    dir.write("dm.bin", "matrices");
+    const Session to = run("1\n" + fits + "n\n5\n");
+    expect_session(to, BINFH_OK, menu + "Copy dm.bin to filename: Copy failed.\n" + menu);
+    EXPECT_EQ(to.err, std::string("fopen(dst): ") + std::strerror(ENAMETOOLONG) + "\n");
+    EXPECT_FALSE(dir.exists(fits));
+    dir.write(fits, "other");
+    const Session from = run("2\n" + fits + "n\n5\n");
+    expect_session(from, BINFH_OK,
+                   menu + "Copy filename to dm.bin. Filename: Copy failed.\n" + menu);
+    EXPECT_EQ(from.err, std::string("fopen(src): ") + std::strerror(ENAMETOOLONG) + "\n");
+    EXPECT_EQ(dir.read("dm.bin"), "matrices");
+}
+
 TEST_F(BinFileMenu, ListsTheBinFiles)
 {
     dir.write("dm.bin", "");

@@ -122,6 +122,19 @@ TEST_F(Multiplets, ANameFitsOrIsRefused)
     EXPECT_STREQ(name, "a-[1.0Hz]_td.bin");
 }
 
+TEST_F(Multiplets, ATagThatDoesNotFitIsRefusedNotCut)
+{
+    const ZANSlowBandSplitConfig config = enabled();
+    char name[1024];
+    const double fits = 1e55, too_long = 1e56; // with "-[", ".0Hz]": 63 and 64 characters
+    EXPECT_EQ(slow_multiplet_output_filename("a_td.bin", fits, &config, 0, 0.0, name, sizeof name),
+              1);
+    EXPECT_EQ(std::strlen(name), std::strlen("a_td.bin") + 63);
+    EXPECT_EQ(
+        slow_multiplet_output_filename("a_td.bin", too_long, &config, 0, 0.0, name, sizeof name),
+        0);
+}
+
 // ------------------------------------------------------------------ groups of spins
 
 TEST_F(Multiplets, TheRunningMeanDecidesWhichSpinsBelongTogether)

@@ -8,6 +8,7 @@
 #include "observablespectrumcalculator.h"
 #include "zandatafileio.h"
 
+#include <cerrno>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -274,6 +275,25 @@ TEST_F(SpectrumOutputs, ASignalThatCannotBeReadMakesNoPvWaveFile)
     testing::internal::CaptureStderr();
     EXPECT_FALSE(write_pv_wave_file(in.get(), out.get()));
     EXPECT_NE(testing::internal::GetCapturedStderr(), "");
+}
+
+// ------------------------------------------------------------------ names
+
+TEST_F(SpectrumOutputs, ANameOf256CharactersIsRefusedNotCut)
+{
+    const std::string name(256, 'n'), refusal = std::string(": ") + std::strerror(ENAMETOOLONG);
+    write_signal(1, 1, {1});
+    EXPECT_EQ(typed(name + "\n", Create_PV_WAVE_File).err, "fopen(output)" + refusal + "\n");
+    EXPECT_FALSE(file_is_there(name.substr(1)));
+    // Only "./././..." can be that long and still lead to a file.
+    std::string long_way;
+    while (long_way.size() < 254)
+        long_way += "./";
+    int made = -1;
+    const Console c = typed(long_way + "ab\n", [&] { made = Create_CSV_Files(1.0, nullptr, 0); });
+    EXPECT_EQ(made, 0);
+    EXPECT_EQ(c.err, "fopen(td.csv)" + refusal + "\n");
+    EXPECT_FALSE(file_is_there("a_td.csv"));
 }
 
 // ------------------------------------------------------------------ menu

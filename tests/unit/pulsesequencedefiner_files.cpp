@@ -1,5 +1,5 @@
 // Waveform files of the composer: bytes, sizes, names, what cannot be written.
-#include "pulsesequencedefiner.h"
+#include "pulsesequencedefiner_internal.h"
 #include "zan.h"
 #include "zanpaths.h"
 
@@ -205,4 +205,19 @@ TEST(ReadBxByPulse, ReadsTwoTextFilesAndMultipliesThem)
     EXPECT_EQ(std::vector<double>(x, x + 3), (std::vector<double>{0.5, 1, 9}));
     EXPECT_EQ(std::vector<double>(y, y + 3), (std::vector<double>{-0.5, 2, 9}));
     EXPECT_EQ(rest_of_stdin(), "rest\n");
+}
+
+// ------------------------------------------------------------------ the result file
+
+TEST(ResultFileName, ANameThatDoesNotFitIsAskedForAgain)
+{
+    const std::string question = "File name to store results in : ";
+    const std::string fits(255, 'r');
+    feed_stdin(fits + "r\n" + fits + "\n");
+    testing::internal::CaptureStdout();
+    ps_ask_result_file();
+    EXPECT_EQ(testing::internal::GetCapturedStdout(),
+              question + "File name is too long.\n" + question);
+    EXPECT_EQ(rt.resultflnm, fits);
+    rt.resultflnm[0] = '\0';
 }

@@ -6,8 +6,10 @@
 #include "pulses.h"
 #include "tempdir.h"
 
+#include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <numbers>
 #include <string>
 #include <vector>
@@ -605,15 +607,20 @@ TEST(FileSum, WithoutANameIsZeroWithoutAMessage)
     EXPECT_TRUE(pulse.all_zero());
 }
 
-TEST(FileSum, CutsANameTo255Characters)
+TEST(FileSum, TakesANameOf255CharactersAndRefusesALongerOne)
 {
     TempDir dir;
     const std::string start = dir.path + "/";
     ASSERT_LT(start.size(), 240u);
-    // Too long a name for one file, unless cut: 255 characters of the path are kept.
     const std::string leaf(255 - start.size(), 'n');
     dir.write(leaf, "30 2 3 4 5 6 7 8\n");
     Pulse pulse(5);
-    transcript(fmpulseproc6, start + leaf + "nnnn\n", pulse);
+    transcript(fmpulseproc6, start + leaf + "\n", pulse);
     EXPECT_EQ(pulse.x, sum_of({{30, 2, 3, 4, 5, 6, 7, 8}}, 5).x);
+    CaptureStderr();
+    EXPECT_EQ(transcript(fmpulseproc6, start + leaf + "n\n", pulse),
+              FILE_BANNER + "Pulse parameter file name: ");
+    EXPECT_EQ(GetCapturedStderr(),
+              std::string("fopen(parameter file): ") + std::strerror(ENAMETOOLONG) + "\n");
+    EXPECT_TRUE(pulse.all_zero());
 }

@@ -305,6 +305,21 @@ TEST(PromptExportModelPath, RefusesWhatDoesNotFit)
     }
 }
 
+TEST(PromptExportModelPath, RefusesAnAnswerOf512CharactersInsteadOfCuttingIt)
+{
+    std::string answer = "./";
+    while (answer.size() < 510)
+        answer += "./";
+    for (const char *end : {"m", "mn"}) {
+        feed_stdin(answer + end + "\n");
+        char path[1024];
+        testing::internal::CaptureStdout();
+        EXPECT_EQ(prompt_export_model_path(path, sizeof path), std::strlen(end) == 1 ? 1 : 0);
+        const std::string out = testing::internal::GetCapturedStdout();
+        EXPECT_EQ(out.find("output path is too long") != std::string::npos, std::strlen(end) == 2);
+    }
+}
+
 // ---------------------------------------------------------------------------------- summary
 
 TEST(PrintModelSummary, PrintsSystemSequenceAndGrid)

@@ -97,6 +97,27 @@ TEST_F(DataDialogs, WordsStayInsideTheirBuffer)
     EXPECT_EQ(wide, std::string(255, 'x'));
 }
 
+TEST_F(DataDialogs, ANameOf256CharactersIsRefusedNotCut)
+{
+    const std::string fits(255, 'n');
+    const int ap = 1;
+    double x = 7.0;
+    feed_stdin(fits + "n\n" + fits + "n\n" + fits + "n\n");
+    AsciiOut(&ap, &x);
+    EXPECT_EQ(dataio_last_status, DATAIO_ERR_IO);
+    EXPECT_FALSE(dir.exists(fits));
+    dir.write(fits, "5\n");
+    AsciiIn(&ap, &x);
+    EXPECT_EQ(dataio_last_status, DATAIO_ERR_IO);
+    EXPECT_EQ(x, 7.0);
+    Create_IDL_File("sign");
+    EXPECT_EQ(dataio_last_status, DATAIO_ERR_IO);
+    EXPECT_EQ(dir.read(fits), "5\n");
+    const std::string reason = std::string(": ") + std::strerror(ENAMETOOLONG) + "\n";
+    EXPECT_EQ(errors(),
+              "fopen(write)" + reason + "fopen(read)" + reason + "fopen(output)" + reason);
+}
+
 TEST_F(DataDialogs, AnAnswerThatIsNoNumberFails)
 {
     int number = 4;
