@@ -47,6 +47,7 @@ int read_packed_matrices(FILE *in, int n, int count, Complex *packed);
 bool write_packed_matrices(FILE *out, int n, int count, const Complex *packed);
 
 // ---- whole files ----
+FilePtr open_input(const char *path); // the one way to read a file; errno tells why not
 binfh_status copy_file_binary(const char *src, const char *dst);
 // The same, but dst appears, or changes, only when the copy is complete.
 binfh_status copy_file_complete(const char *src, const char *dst);

@@ -6,6 +6,7 @@
 #define ZAN_PLATFORMLIB_H
 
 #include <cstddef>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -35,6 +36,10 @@ std::vector<std::string> plat_list_files(const char *dir, const char *suffix);
 // The existing path that equals path but for the letter case of its last components.
 // True when path itself exists (then it is copied) or such a match is found.
 bool plat_find_ignoring_case(const char *path, std::string *found);
+
+// For reading bytes: a regular file, links followed. Nothing else opens: a FIFO or a terminal would
+// wait, and what a device or a directory gives is no file's text.
+FILE *plat_open_file(const char *path);
 
 bool plat_replace_file(const char *from, const char *to); // atomic; to may exist
 bool plat_remove_file(const char *path);

@@ -167,6 +167,11 @@ bool write_packed_matrices(FILE *out, int n, int count, const Complex *packed)
 
 // -------------------------------------------------------------------------------- whole files
 
+FilePtr open_input(const char *path)
+{
+    return FilePtr{plat_open_file(path)};
+}
+
 static binfh_status copy_stream(FILE *in, FILE *out)
 {
     char chunk[65536];
@@ -187,7 +192,7 @@ binfh_status copy_file_binary(const char *src, const char *dst)
     if (!src || !dst) {
         return BINFH_ERR_NULLPTR;
     }
-    FilePtr in{std::fopen(src, "rb")};
+    FilePtr in = open_input(src);
     if (!in) {
         return io_error("fopen(src)");
     }
@@ -308,7 +313,7 @@ binfh_status copy_file_complete(const char *src, const char *dst)
     if (!src || !dst) {
         return BINFH_ERR_NULLPTR;
     }
-    const FilePtr in{std::fopen(src, "rb")};
+    const FilePtr in = open_input(src);
     if (!in) {
         return io_error("fopen(src)");
     }

@@ -23,7 +23,7 @@ double finite_or_zero(double value)
 
 FilePtr osc_open_density_file(int n, int *matrices)
 {
-    FilePtr dm{std::fopen("dm.bin", "rb")};
+    FilePtr dm = open_input("dm.bin");
     if (!dm) {
         std::perror("fopen(dm.bin)");
         return dm;
@@ -73,7 +73,7 @@ static bool holds_all_samples(const char *path, int samples, int traces)
 
 SignalInput osc_open_signal_file(void)
 {
-    SignalInput in = {FilePtr{std::fopen("zansign.bin", "rb")}, 0, 0};
+    SignalInput in = {open_input("zansign.bin"), 0, 0};
     if (!in.file) {
         std::perror("fopen(zansign.bin)");
         return in;

@@ -164,7 +164,7 @@ void Create_PV_WAVE_File(void)
     std::printf("File name PV-Wave file : ");
     if (!ConsoleReadName(name, sizeof name, "fopen(output)"))
         return;
-    FilePtr in{std::fopen("zansign.bin", "rb")};
+    FilePtr in = open_input("zansign.bin");
     if (!in) {
         std::perror("fopen(zansign.bin)");
         return;

@@ -75,11 +75,6 @@ bool plat_is_dir(const char *path)
     return has_attributes(path, FILE_ATTRIBUTE_DIRECTORY, FILE_ATTRIBUTE_DIRECTORY);
 }
 
-bool plat_is_file(const char *path)
-{
-    return has_attributes(path, FILE_ATTRIBUTE_DIRECTORY, 0);
-}
-
 bool plat_is_regular_file(const char *path)
 {
     return has_attributes(path, FILE_ATTRIBUTE_DIRECTORY | FILE_ATTRIBUTE_REPARSE_POINT, 0);
@@ -90,7 +85,7 @@ bool plat_exists(const char *path)
     return has_attributes(path, 0, 0);
 }
 
-// The identity of a file or directory, whatever its name was typed like.
+// The identity of a file or directory, whatever its name was typed like; a device has none.
 static bool identify(const char *path, BY_HANDLE_FILE_INFORMATION *info)
 {
     const DWORD share_all = FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE;
@@ -98,9 +93,16 @@ static bool identify(const char *path, BY_HANDLE_FILE_INFORMATION *info)
                                     FILE_FLAG_BACKUP_SEMANTICS, nullptr);
     if (file == INVALID_HANDLE_VALUE)
         return false;
-    const bool known = GetFileInformationByHandle(file, info) != 0;
+    const bool known =
+        GetFileType(file) == FILE_TYPE_DISK && GetFileInformationByHandle(file, info) != 0;
     CloseHandle(file);
     return known;
+}
+
+bool plat_is_file(const char *path)
+{
+    BY_HANDLE_FILE_INFORMATION info;
+    return identify(path, &info) && !(info.dwFileAttributes & FILE_ATTRIBUTE_DIRECTORY);
 }
 
 bool plat_same_file(const char *a, const char *b)
@@ -108,6 +110,27 @@ bool plat_same_file(const char *a, const char *b)
     BY_HANDLE_FILE_INFORMATION x, y;
     return identify(a, &x) && identify(b, &y) && x.dwVolumeSerialNumber == y.dwVolumeSerialNumber &&
            x.nFileIndexHigh == y.nFileIndexHigh && x.nFileIndexLow == y.nFileIndexLow;
+}
+
+// CON, COM1 and the like open from any directory, as what they are.
+static bool is_disk_file(FILE *file)
+{
+    const intptr_t handle = _get_osfhandle(_fileno(file));
+    return GetFileType(reinterpret_cast<HANDLE>(handle)) == FILE_TYPE_DISK;
+}
+
+FILE *plat_open_file(const char *path)
+{
+    if (plat_is_dir(path)) {
+        errno = EISDIR;
+        return nullptr;
+    }
+    FILE *file = std::fopen(path, "rb");
+    if (!file || is_disk_file(file))
+        return file;
+    std::fclose(file);
+    errno = EINVAL;
+    return nullptr;
 }
 
 static int errno_of(DWORD error)
@@ -302,6 +325,16 @@ bool plat_is_file(const char *path)
 {
     struct stat info;
     return stat(path, &info) == 0 && S_ISREG(info.st_mode);
+}
+
+// Opening a FIFO would wait already. What is not there is left to fopen, which tells why.
+FILE *plat_open_file(const char *path)
+{
+    struct stat info;
+    if (stat(path, &info) != 0 || S_ISREG(info.st_mode))
+        return std::fopen(path, "rb");
+    errno = S_ISDIR(info.st_mode) ? EISDIR : EINVAL;
+    return nullptr;
 }
 
 bool plat_is_regular_file(const char *path)

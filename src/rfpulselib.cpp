@@ -4,6 +4,7 @@
 // been read, so a bad answer leaves the arrays as they were.
 #include "rfpulselib.h"
 
+#include "binaryfilehandling.h"
 #include "consoleutil.h"
 
 #include <algorithm>
@@ -300,14 +301,14 @@ void fmpulseproc5(int *ap, double *h, double *xb, double *yb)
 }
 
 // Null after a message.
-static FILE *open_parameter_file(void)
+static FilePtr open_parameter_file(void)
 {
     char name[256];
     std::printf("Pulse parameter file name: ");
     if (!ConsoleReadName(name, sizeof name, "fopen(parameter file)"))
         return nullptr;
     std::putchar('\n');
-    FILE *in = std::fopen(name, "r");
+    FilePtr in = open_input(name);
     if (!in)
         std::perror("fopen(parameter file)");
     return in;
@@ -320,12 +321,9 @@ void fmpulseproc6(int *ap, double *h, double *xb, double *yb)
     std::printf("%s%s%s", SUM_BANNER, SUM_BANNER_FILE, SUM_BANNER_END);
     std::fill_n(xb, *ap, 0.0);
     std::fill_n(yb, *ap, 0.0);
-    FILE *in = open_parameter_file();
-    if (!in)
-        return;
-    if (!add_2d_sincs_from_file(in, *ap, *h, xb, yb))
+    const FilePtr in = open_parameter_file();
+    if (in && !add_2d_sincs_from_file(in.get(), *ap, *h, xb, yb))
         report_no_memory();
-    std::fclose(in);
 }
 
 // ---- hyperbolic secant ----

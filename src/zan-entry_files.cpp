@@ -253,13 +253,13 @@ void ZANPrintCurrentModelFileHint(void)
 
 int file_exists(const char *path)
 {
-    const FilePtr file{std::fopen(path, "rb")};
-    return file && !plat_is_dir(path);
+    const FilePtr file = open_input(path);
+    return file != nullptr;
 }
 
 int text_file_contains_literal(const char *path, const char *needle)
 {
-    const FilePtr file{std::fopen(path, "r")};
+    const FilePtr file = open_input(path);
     char piece[1024];
     while (file && std::fgets(piece, sizeof piece, file.get())) {
         if (std::strstr(piece, needle))

@@ -22,7 +22,7 @@ void DebugPrintCMatrixCorner(const char *label, int n, const CMatrix *mat)
 
 bool load_density_matrix_from_dm_bin(int n_)
 {
-    const FilePtr in{std::fopen("dm.bin", "rb")};
+    const FilePtr in = open_input("dm.bin");
     int32_t type, n, count;
     if (!in || ReadBinFileHeader_status(in.get(), &type, &n, &count) != BINFH_OK || n != n_)
         return false;

@@ -20,7 +20,7 @@ static void wait_after_message(void)
 // dm.bin behind its header; empty after a message.
 static FilePtr open_table_input(int *count)
 {
-    FilePtr in{std::fopen("dm.bin", "rb")};
+    FilePtr in = open_input("dm.bin");
     int32_t type, fn, fndw;
     if (!in) {
         std::perror("ExpValNDensMat: fopen(dm.bin)");
@@ -118,7 +118,7 @@ static bool make_table(void)
 {
     static CMatrix op;
     char name[NAME_SIZE];
-    int count;
+    int count = 0;
     const FilePtr in = open_table_input(&count);
     if (!in)
         return false;

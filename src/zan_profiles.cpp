@@ -44,7 +44,7 @@ static bool write_profile_lines(FILE *in, int points, const CMatrix *op, FILE *o
 // The density file behind its header; empty after a message.
 static FilePtr open_profile_input(const char *density_path, int *points)
 {
-    FilePtr in{std::fopen(density_path, "rb")};
+    FilePtr in = open_input(density_path);
     if (!in) {
         std::perror("Expectation profile: input density file");
         return in;
@@ -113,7 +113,7 @@ static int find_acquisition_sector(void)
 // The matrix of point_index (from 1) into rho; false after a message.
 static bool read_point(const char *density_path, int point_index, CMatrix *rho)
 {
-    const FilePtr in{std::fopen(density_path, "rb")};
+    const FilePtr in = open_input(density_path);
     if (!in) {
         std::perror("Voxel signal: input density file");
         return false;

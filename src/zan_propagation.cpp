@@ -118,7 +118,7 @@ static void restore_equilibrium(void)
 // dm.bin, positioned at the first of count matrices; empty after a message.
 static FilePtr open_dm_bin(const char *who, int count)
 {
-    FilePtr in{std::fopen("dm.bin", "rb")};
+    FilePtr in = open_input("dm.bin");
     if (!in) {
         std::perror("dm.bin");
         return in;
@@ -334,7 +334,7 @@ void Rotate3D(void)
 // of another kind is left for the caller to refuse; a cut one ends the sector without a word.
 static bool resize_dm_bin(void)
 {
-    FilePtr old{std::fopen("dm.bin", "rb")};
+    FilePtr old = open_input("dm.bin");
     int32_t type, n, rows;
     if (!old || ReadBinFileHeader_status(old.get(), &type, &n, &rows) != BINFH_OK || type != 0 ||
         n != rt.n || rows == rt.ndw)

@@ -13,7 +13,7 @@ static int load_blocks(const char *path, int n, std::initializer_list<double *> 
 {
     if (!path || !*path || n < 0 || n > ZAN_MAX_RF_POINTS)
         return 0;
-    FilePtr in{std::fopen(path, "rb")};
+    FilePtr in = open_input(path);
     if (!in) {
         std::perror(path);
         return 0;

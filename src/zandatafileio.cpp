@@ -84,7 +84,7 @@ static dataio_status read_rows(const RowLayout &layout, size_t ap, double *x, co
 {
     if (!x || !filename)
         return DATAIO_ERR_NULLPTR;
-    const FilePtr in{std::fopen(filename, "r")};
+    const FilePtr in = open_input(filename);
     if (!in)
         return io_error("fopen(read)");
     errno = 0;
@@ -194,7 +194,7 @@ dataio_status Create_IDL_File_status(const char *input_filename, const char *out
 {
     if (!input_filename || !output_filename)
         return DATAIO_ERR_NULLPTR;
-    FilePtr in{std::fopen(input_filename, "rb")};
+    FilePtr in = open_input(input_filename);
     if (!in)
         return io_error("fopen(input)");
     int32_t type, pp, fndw;

@@ -69,7 +69,7 @@ std::string zan_base_name_without_extension(const char *path)
 
 static bool opens_for_reading(const std::string &path)
 {
-    return plat_is_file(path.c_str()) && FilePtr{std::fopen(path.c_str(), "rb")} != nullptr;
+    return open_input(path.c_str()) != nullptr;
 }
 
 static bool find_readable_in_any_case(const std::string &path, std::string *found)

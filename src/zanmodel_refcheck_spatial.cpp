@@ -182,7 +182,7 @@ static int check_voxels(FILE *in, CMatrix *center, bool *has_center)
 int CheckSpatialGradientResultFile(const char *path, CMatrix *center, bool *has_center)
 {
     *has_center = false;
-    const FilePtr in{std::fopen(path, "rb")};
+    const FilePtr in = open_input(path);
     if (!in)
         return ref_fail(spatgrad, "could not open result file: %s", path);
     int ok = check_header(in.get());

@@ -4,8 +4,6 @@
 // read by zanmodel_text_model.cpp, zanmodel_text_spin.cpp and zanmodel_text_sequence.cpp.
 #include "zanmodel_internal.h"
 
-#include "platformlib.h"
-
 #include <cerrno>
 #include <climits>
 #include <cmath>
@@ -23,7 +21,7 @@ static const char *skip_spaces(const char *text)
 bool zan_open_text(ZANTextReader *in, const char *filename, char *errbuf, size_t errbufsz)
 {
     // Binary: the same lines on every system; trimming takes the carriage returns.
-    in->file.reset(plat_is_dir(filename) ? nullptr : std::fopen(filename, "rb"));
+    in->file = open_input(filename);
     in->filename = filename;
     in->line = 0;
     in->zero_byte = false;

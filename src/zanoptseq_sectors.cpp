@@ -18,7 +18,7 @@ int zanopt_load_waveform_xy(const char *path, int ap_local, double *bx, double *
 {
     if (!path || !*path || !bx || !by || ap_local < 1 || ap_local > ZAN_MAX_RF_POINTS)
         return 0;
-    FilePtr in{std::fopen(path, "rb")};
+    FilePtr in = open_input(path);
     if (!in) {
         std::perror(path);
         return 0;

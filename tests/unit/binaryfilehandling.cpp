@@ -429,13 +429,13 @@ TEST_F(BinFiles, AFullDiskIsNoSuccessfulCopy)
     }
 }
 
-TEST_F(BinFiles, ASourceThatFailsWhileReadingIsTold)
+TEST_F(BinFiles, ADirectoryIsNoSource)
 {
     std::filesystem::create_directory(temp_path("src"));
     testing::internal::CaptureStderr();
     EXPECT_EQ(copy_file_binary(temp_path("src").c_str(), temp_path("dst").c_str()), BINFH_ERR_IO);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
-              std::string("fread: ") + std::strerror(EISDIR) + "\n");
+              std::string("fopen(src): ") + std::strerror(EISDIR) + "\n");
 }
 #endif
 

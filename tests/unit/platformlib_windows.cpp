@@ -27,6 +27,22 @@ TEST(PlatformWindows, NamesAreUtf8)
     }
 }
 
+TEST(PlatformWindows, ADeviceIsNoFileToRead)
+{
+    const TempDir dir;
+    for (const std::string name : {std::string("NUL"), std::string("CON"), dir.path}) {
+        EXPECT_FALSE(plat_is_file(name.c_str())) << name;
+        FILE *const file = plat_open_file(name.c_str());
+        EXPECT_EQ(file, nullptr) << name;
+        if (file)
+            std::fclose(file);
+    }
+    FILE *const file = plat_open_file(dir.write("file", "x").c_str());
+    ASSERT_NE(file, nullptr);
+    EXPECT_EQ(std::fgetc(file), 'x');
+    std::fclose(file);
+}
+
 TEST(PlatformWindows, APathIsFoundInAnyCaseAndStaysAsTyped)
 {
     const TempDir dir;
