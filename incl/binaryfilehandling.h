@@ -73,7 +73,7 @@ struct OutputFile {
     OutputFile &operator=(const OutputFile &) = delete;
     ~OutputFile();
 };
-bool open_output(OutputFile *out, const char *path, const char *mode); // errno tells why not
+bool open_output(OutputFile *out, const char *path); // for bytes; errno tells why not
 bool commit_output(OutputFile *out);  // flush, close, replace; false: the old file is kept
 void discard_output(OutputFile *out); // close, remove what was written
 

@@ -41,6 +41,9 @@ bool plat_find_ignoring_case(const char *path, std::string *found);
 // wait, and what a device or a directory gives is no file's text.
 FILE *plat_open_file(const char *path);
 
+// For writing bytes: a new file. A name that is there, whatever it is, fails with EEXIST.
+FILE *plat_create_file(const char *path);
+
 bool plat_replace_file(const char *from, const char *to); // atomic; to may exist
 bool plat_remove_file(const char *path);
 

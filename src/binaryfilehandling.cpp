@@ -236,22 +236,35 @@ static bool is_about_the_name(int error)
            error == EISDIR;
 }
 
-bool open_output(OutputFile *out, const char *path, const char *mode)
+// PATH.PROCESS.part, and with a number before ".part" while that name is taken: a killed process
+// of the same id may have left it.
+static bool open_beside(OutputFile *out)
+{
+    const std::string start = out->path + "." + std::to_string(plat_process_id());
+    out->beside = start + ".part";
+    out->file = plat_create_file(out->beside.c_str());
+    for (int k = 2; !out->file && errno == EEXIST && k < 100; k++) {
+        out->beside = start + "." + std::to_string(k) + ".part";
+        out->file = plat_create_file(out->beside.c_str());
+    }
+    if (!out->file)
+        out->beside.clear();
+    return out->file != nullptr;
+}
+
+bool open_output(OutputFile *out, const char *path)
 {
     discard_output(out);
     out->path = path;
     if (!is_special(path)) {
         if (!may_be_written(path))
             return false;
-        out->beside = out->path + "." + std::to_string(plat_process_id()) + ".part";
-        out->file = std::fopen(out->beside.c_str(), mode);
-        if (out->file)
+        if (open_beside(out))
             return true;
-        out->beside.clear();
         if (!is_about_the_name(errno))
             return false;
     }
-    out->file = std::fopen(path, mode);
+    out->file = std::fopen(path, "wb");
     return out->file != nullptr;
 }
 
@@ -318,7 +331,7 @@ binfh_status copy_file_complete(const char *src, const char *dst)
         return io_error("fopen(src)");
     }
     OutputFile out;
-    if (!open_output(&out, dst, "wb")) {
+    if (!open_output(&out, dst)) {
         return io_error("fopen(dst)");
     }
     const binfh_status status = copy_stream(in.get(), out.file);

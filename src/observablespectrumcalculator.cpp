@@ -103,7 +103,7 @@ static void signal_from_lines(int n, int ap, double time, const CMatrix *densmat
 static bool write_single_trace(int ap, const double *re, const double *im)
 {
     OutputFile out;
-    if (!open_output(&out, "zansign.bin", "wb")) {
+    if (!open_output(&out, "zansign.bin")) {
         std::perror("fopen(zansign.bin)");
         return false;
     }

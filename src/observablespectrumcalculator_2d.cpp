@@ -91,7 +91,7 @@ static bool transform_both_ways(Spectrum *s)
 static bool write_spectrum(const Spectrum &s)
 {
     OutputFile out;
-    if (!open_output(&out, "spectra.bin", "wb")) {
+    if (!open_output(&out, "spectra.bin")) {
         std::perror("fopen(spectra.bin)");
         return false;
     }

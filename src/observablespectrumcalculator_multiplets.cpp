@@ -263,7 +263,7 @@ static bool write_cluster_file(const ZANMultipletCluster &cluster, const Split &
                                const char *path)
 {
     OutputFile out;
-    if (!open_output(&out, path, "wb")) {
+    if (!open_output(&out, path)) {
         std::perror("fopen(SLOW multiplet output)");
         return false;
     }

@@ -69,11 +69,11 @@ static bool write_frequency_trace(FILE *out, int trace, int pp, double df, const
 
 static bool open_csv_files(CsvPair *csv)
 {
-    if (!open_output(&csv->td, csv->td_name, "wb")) {
+    if (!open_output(&csv->td, csv->td_name)) {
         std::perror("fopen(td.csv)");
         return false;
     }
-    if (open_output(&csv->fd, csv->fd_name, "wb"))
+    if (open_output(&csv->fd, csv->fd_name))
         return true;
     std::perror("fopen(fd.csv)");
     discard_output(&csv->td);
@@ -170,7 +170,7 @@ void Create_PV_WAVE_File(void)
         return;
     }
     OutputFile out;
-    if (!open_output(&out, name, "wb")) {
+    if (!open_output(&out, name)) {
         std::perror("fopen(output)");
         return;
     }
@@ -200,7 +200,7 @@ static std::string quoted_for_gnuplot(const char *text)
 int WriteGnuplotSpectrumScript(const char *gp_name, const char *csv_name, const char *plot_title)
 {
     OutputFile out;
-    if (!open_output(&out, gp_name, "wb")) {
+    if (!open_output(&out, gp_name)) {
         std::perror(gp_name);
         return 0;
     }

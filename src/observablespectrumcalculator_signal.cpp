@@ -171,7 +171,7 @@ static void note_skipped_split(const Receiver &r, int traces)
 static bool write_signal_file(FILE *dm, int traces, const Receiver &r, CMatrix *densmat)
 {
     OutputFile out;
-    if (!open_output(&out, r.path, "wb")) {
+    if (!open_output(&out, r.path)) {
         std::perror("fopen(signal output)");
         return false;
     }

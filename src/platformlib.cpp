@@ -16,8 +16,10 @@ static std::atomic<bool> interrupted; // lock-free: may be set in a signal handl
 #ifdef _WIN32
 
 #include <direct.h>
+#include <fcntl.h>
 #include <io.h>
 #include <process.h>
+#include <sys/stat.h>
 #include <windows.h>
 
 const char plat_separator = '\\';
@@ -131,6 +133,15 @@ FILE *plat_open_file(const char *path)
     std::fclose(file);
     errno = EINVAL;
     return nullptr;
+}
+
+FILE *plat_create_file(const char *path)
+{
+    const int fd = _open(path, _O_CREAT | _O_EXCL | _O_WRONLY | _O_BINARY, _S_IREAD | _S_IWRITE);
+    FILE *file = fd < 0 ? nullptr : _fdopen(fd, "wb");
+    if (fd >= 0 && !file)
+        _close(fd);
+    return file;
 }
 
 static int errno_of(DWORD error)
@@ -335,6 +346,11 @@ FILE *plat_open_file(const char *path)
         return std::fopen(path, "rb");
     errno = S_ISDIR(info.st_mode) ? EISDIR : EINVAL;
     return nullptr;
+}
+
+FILE *plat_create_file(const char *path)
+{
+    return std::fopen(path, "wbx");
 }
 
 bool plat_is_regular_file(const char *path)

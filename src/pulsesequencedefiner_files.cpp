@@ -27,7 +27,7 @@ struct Block {
 static bool write_blocks(const char *path, int ap, std::initializer_list<Block> blocks)
 {
     OutputFile out;
-    if (!open_output(&out, path, "wb")) {
+    if (!open_output(&out, path)) {
         std::perror(path);
         return false;
     }

@@ -14,7 +14,7 @@ static const double NO_FIELD = 1e-12; // below this magnitude the phase means no
 
 static bool open_for(const char *writer, const char *filename, OutputFile *out)
 {
-    if (open_output(out, filename, "wb"))
+    if (open_output(out, filename))
         return true;
     std::fprintf(stderr, "%s: cannot open %s\n", writer, filename);
     return false;

@@ -128,7 +128,7 @@ static bool make_table(void)
     if (format == 0 || !ask_table_name(as_text, name))
         return false;
     OutputFile out;
-    if (!open_output(&out, name, "wb")) {
+    if (!open_output(&out, name)) {
         std::perror(as_text ? "ExpValNDensMat: fopen(out text)" : "ExpValNDensMat: fopen(out bin)");
         return false;
     }

@@ -81,7 +81,7 @@ int ZANWriteExpectationProfile(const char *density_path, const char *operator_ex
     if (!in)
         return 0;
     OutputFile out;
-    if (!open_output(&out, output_path, "wb")) {
+    if (!open_output(&out, output_path)) {
         std::perror("Expectation profile: output file");
         return 0;
     }

@@ -66,7 +66,7 @@ static dataio_status write_rows(const RowLayout &layout, size_t ap, const double
         return DATAIO_ERR_NULLPTR;
     OutputFile out;
     errno = 0;
-    if (!open_output(&out, filename, "wb"))
+    if (!open_output(&out, filename))
         return io_error("fopen(write)");
     if (write_all_rows(out.file, layout, ap, x) && commit_output(&out))
         return DATAIO_OK;
@@ -201,7 +201,7 @@ dataio_status Create_IDL_File_status(const char *input_filename, const char *out
     errno = 0;
     read_legacy_bin_header(in.get(), &type, &pp, &fndw); // fails for null arguments only
     OutputFile out;
-    if (!open_output(&out, output_filename, "wb"))
+    if (!open_output(&out, output_filename))
         return io_error("fopen(output)");
     errno = 0;
     dataio_status status = write_idl_header(out.file, pp, fndw);

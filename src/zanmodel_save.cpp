@@ -73,7 +73,7 @@ static ZANModelStatus make_target_dirs(const SaveTargets &to, char *errbuf, size
 static ZANModelStatus open_for_writing(const std::string &path, OutputFile *out, char *errbuf,
                                        size_t errbufsz)
 {
-    if (open_output(out, path.c_str(), "wb"))
+    if (open_output(out, path.c_str()))
         return ZAN_MODEL_OK;
     set_error(errbuf, errbufsz, "could not open '%s' for writing", path.c_str());
     return ZAN_MODEL_ERR_IO;

@@ -461,7 +461,7 @@ std::string part_path()
 TEST_F(BinFiles, OutputAppearsUnderItsNameWhenCommitted)
 {
     OutputFile out;
-    ASSERT_TRUE(open_output(&out, temp_path("out").c_str(), "wb"));
+    ASSERT_TRUE(open_output(&out, temp_path("out").c_str()));
     EXPECT_EQ(out.path, temp_path("out"));
     EXPECT_EQ(out.beside, part_path());
     std::fputs("new", out.file);
@@ -477,7 +477,7 @@ TEST_F(BinFiles, OutputKeepsTheOldFileUntilCommitted)
 {
     write_bytes(temp_path("out"), "old and longer");
     OutputFile out;
-    ASSERT_TRUE(open_output(&out, temp_path("out").c_str(), "w"));
+    ASSERT_TRUE(open_output(&out, temp_path("out").c_str()));
     std::fputs("new", out.file);
     std::fflush(out.file);
     EXPECT_EQ(read_bytes(temp_path("out")), "old and longer");
@@ -488,7 +488,7 @@ TEST_F(BinFiles, OutputKeepsTheOldFileUntilCommitted)
     EXPECT_EQ(read_bytes(temp_path("out")), "old and longer");
     EXPECT_FALSE(std::filesystem::exists(part_path()));
 
-    ASSERT_TRUE(open_output(&out, temp_path("out").c_str(), "w"));
+    ASSERT_TRUE(open_output(&out, temp_path("out").c_str()));
     std::fputs("new", out.file);
     EXPECT_TRUE(commit_output(&out));
     EXPECT_EQ(read_bytes(temp_path("out")), "new");
@@ -499,7 +499,7 @@ TEST_F(BinFiles, OutputThatIsForgottenIsDiscarded)
     write_bytes(temp_path("out"), "old");
     {
         OutputFile out;
-        ASSERT_TRUE(open_output(&out, temp_path("out").c_str(), "w"));
+        ASSERT_TRUE(open_output(&out, temp_path("out").c_str()));
         std::fputs("new", out.file);
     }
     EXPECT_EQ(read_bytes(temp_path("out")), "old");
@@ -511,7 +511,7 @@ TEST_F(BinFiles, OutputThatIsNotOpenCannotBeCommittedAndMayBeDiscarded)
     OutputFile out;
     EXPECT_FALSE(commit_output(&out));
     discard_output(&out);
-    ASSERT_TRUE(open_output(&out, temp_path("out").c_str(), "w"));
+    ASSERT_TRUE(open_output(&out, temp_path("out").c_str()));
     EXPECT_TRUE(commit_output(&out));
     EXPECT_FALSE(commit_output(&out));
     discard_output(&out);
@@ -521,7 +521,7 @@ TEST_F(BinFiles, OutputThatIsNotOpenCannotBeCommittedAndMayBeDiscarded)
 TEST_F(BinFiles, OutputWithoutANameFailsWithTheSystemsError)
 {
     OutputFile out;
-    EXPECT_FALSE(open_output(&out, "", "wb"));
+    EXPECT_FALSE(open_output(&out, ""));
     EXPECT_EQ(errno, ENOENT);
 }
 
@@ -529,7 +529,7 @@ TEST_F(BinFiles, OutputIntoAMissingFolderFailsWithTheSystemsError)
 {
     OutputFile out;
     errno = 0;
-    EXPECT_FALSE(open_output(&out, (temp_path("no-such-folder") + "/out").c_str(), "w"));
+    EXPECT_FALSE(open_output(&out, (temp_path("no-such-folder") + "/out").c_str()));
     EXPECT_EQ(errno, ENOENT);
     EXPECT_EQ(out.file, nullptr);
     EXPECT_EQ(out.beside, "");
@@ -538,7 +538,7 @@ TEST_F(BinFiles, OutputIntoAMissingFolderFailsWithTheSystemsError)
 TEST_F(BinFiles, OutputThatCannotBePutInPlaceLeavesNoRest)
 {
     OutputFile out;
-    ASSERT_TRUE(open_output(&out, temp_path("out").c_str(), "w"));
+    ASSERT_TRUE(open_output(&out, temp_path("out").c_str()));
     std::filesystem::create_directories(temp_path("out") + "/in the way");
     EXPECT_FALSE(commit_output(&out));
     EXPECT_NE(errno, 0);
@@ -546,39 +546,68 @@ TEST_F(BinFiles, OutputThatCannotBePutInPlaceLeavesNoRest)
     EXPECT_EQ(out.file, nullptr);
 }
 
-TEST_F(BinFiles, OutputIsWrittenDirectlyWhereNothingCanBeCreatedBeside)
+TEST_F(BinFiles, OutputBesideTakesNoNameThatIsThere)
 {
-    write_bytes(temp_path("out"), "old");
-    std::filesystem::create_directory(part_path());
+    const std::string second = temp_path("out") + "." + std::to_string(plat_process_id()) + ".2";
+    write_bytes(part_path(), "left over");
     OutputFile out;
-    ASSERT_TRUE(open_output(&out, temp_path("out").c_str(), "w"));
-    EXPECT_EQ(out.beside, "");
+    ASSERT_TRUE(open_output(&out, temp_path("out").c_str()));
+    EXPECT_EQ(out.beside, second + ".part");
     std::fputs("new", out.file);
     EXPECT_TRUE(commit_output(&out));
     EXPECT_EQ(read_bytes(temp_path("out")), "new");
+    EXPECT_EQ(read_bytes(part_path()), "left over");
+    EXPECT_FALSE(std::filesystem::exists(second + ".part"));
     std::filesystem::remove(part_path());
 }
 
 #ifdef __linux__
+TEST_F(BinFiles, OutputIsWrittenDirectlyWhereNothingCanBeCreatedBeside)
+{
+    std::string path = temp_path("n");
+    path.resize(path.rfind('/') + 251, 'n'); // a name that is too long with ".part" behind it
+    write_bytes(path, "old");
+    OutputFile out;
+    ASSERT_TRUE(open_output(&out, path.c_str()));
+    EXPECT_EQ(out.beside, "");
+    std::fputs("new", out.file);
+    EXPECT_TRUE(commit_output(&out));
+    EXPECT_EQ(read_bytes(path), "new");
+}
+
+TEST_F(BinFiles, ALinkUnderTheNameBesideIsNotFollowed)
+{
+    write_bytes(temp_path("src"), "precious");
+    std::filesystem::create_symlink(temp_path("src"), part_path());
+    OutputFile out;
+    ASSERT_TRUE(open_output(&out, temp_path("out").c_str()));
+    std::fputs("new", out.file);
+    EXPECT_TRUE(commit_output(&out));
+    EXPECT_EQ(read_bytes(temp_path("out")), "new");
+    EXPECT_EQ(read_bytes(temp_path("src")), "precious");
+    EXPECT_TRUE(std::filesystem::is_symlink(part_path()));
+    std::filesystem::remove(part_path());
+}
+
 TEST_F(BinFiles, ADeviceIsWrittenDirectlyAndItsFailureIsSeen)
 {
     // Through a link, so that a mistake here never replaces the machine's own device.
     std::filesystem::create_symlink("/dev/full", temp_path("out"));
     OutputFile out;
-    ASSERT_TRUE(open_output(&out, temp_path("out").c_str(), "w"));
+    ASSERT_TRUE(open_output(&out, temp_path("out").c_str()));
     EXPECT_EQ(out.beside, "");
     std::fputs("x", out.file);
     EXPECT_FALSE(commit_output(&out));
     EXPECT_EQ(errno, ENOSPC);
 
     // An earlier write failed and nothing is left to flush.
-    ASSERT_TRUE(open_output(&out, temp_path("out").c_str(), "w"));
+    ASSERT_TRUE(open_output(&out, temp_path("out").c_str()));
     std::setvbuf(out.file, nullptr, _IONBF, 0);
     std::fputs("x", out.file);
     EXPECT_FALSE(commit_output(&out));
     EXPECT_EQ(errno, ENOSPC);
 
-    ASSERT_TRUE(open_output(&out, temp_path("out").c_str(), "w"));
+    ASSERT_TRUE(open_output(&out, temp_path("out").c_str()));
     discard_output(&out);
     EXPECT_TRUE(std::filesystem::is_symlink(temp_path("out")));
 }
@@ -588,7 +617,7 @@ TEST_F(BinFiles, ASymbolicLinkIsWrittenThrough)
     write_bytes(temp_path("src"), "old");
     std::filesystem::create_symlink(temp_path("src"), temp_path("out"));
     OutputFile out;
-    ASSERT_TRUE(open_output(&out, temp_path("out").c_str(), "w"));
+    ASSERT_TRUE(open_output(&out, temp_path("out").c_str()));
     std::fputs("new", out.file);
     EXPECT_TRUE(commit_output(&out));
     EXPECT_EQ(read_bytes(temp_path("src")), "new");

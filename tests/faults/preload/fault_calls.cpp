@@ -188,7 +188,8 @@ FILE *open_stream(const char *path, const char *mode)
         stream->used = false;
         return nullptr;
     }
-    stream->fd = open(path, writes ? O_WRONLY | O_CREAT | O_TRUNC : O_RDONLY, 0666);
+    const int if_there = std::strchr(mode, 'x') ? O_EXCL : O_TRUNC;
+    stream->fd = open(path, writes ? O_WRONLY | O_CREAT | if_there : O_RDONLY, 0666);
     if (stream->fd < 0) {
         const int error = errno;
         fclose(file);
