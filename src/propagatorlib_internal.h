@@ -76,7 +76,8 @@ struct SectorPlan {
     int last_turn;
 };
 
-// False when a sample is so long that the squarings of the plain path are the faster way.
+// False when a sample is so long that the squarings of the plain path are the faster way, and
+// when an offset is not finite.
 bool make_sector_plan(const SectorField &field, const SystemPart &part, SectorPlan *plan);
 
 // ------------------------------------------------------------------ kernels

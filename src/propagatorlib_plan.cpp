@@ -102,6 +102,22 @@ static double largest_offset(const SectorField &f, int k)
     return largest;
 }
 
+// What is no number must reach the whole matrix, as it does the plain way, and not only the states
+// that turn by it.
+static bool offsets_are_finite(const SectorField &f)
+{
+    if (!f.gx)
+        return std::isfinite(f.offset);
+    const double x = std::fabs(f.low.x) + std::fabs(f.high.x);
+    const double y = std::fabs(f.low.y) + std::fabs(f.high.y);
+    const double z = std::fabs(f.low.z) + std::fabs(f.high.z);
+    for (int k = 0; k < f.ap; k++)
+        if (!std::isfinite(std::fabs(f.gx[k]) * x + std::fabs(f.gy[k]) * y +
+                           std::fabs(f.gz[k]) * z + std::fabs(f.offset)))
+            return false;
+    return true;
+}
+
 // A bound of the norm of H: the largest sum over a column.
 static double norm_bound(const SparseSystem &s, double g, double b)
 {
@@ -200,5 +216,5 @@ bool make_sector_plan(const SectorField &field, const SystemPart &part, SectorPl
 {
     plan->field = &field;
     plan->part = &part;
-    return plan_steps(plan);
+    return offsets_are_finite(field) && plan_steps(plan);
 }

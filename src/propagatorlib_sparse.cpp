@@ -52,8 +52,8 @@ static bool element_fits(const SectorField &f, const SparseSystem &s, int i, int
 static bool diagonals_fit(const SectorField &f)
 {
     for (int i = 0; i < f.n; i++)
-        if (im(f.H0, i, i) != 0.0 || im(f.Izgrad, i, i) != 0.0 || !is_zero(f.Ixtot, i, i) ||
-            !is_zero(f.Iytot, i, i) ||
+        if (!std::isfinite(re(f.H0, i, i)) || im(f.H0, i, i) != 0.0 || im(f.Izgrad, i, i) != 0.0 ||
+            !is_zero(f.Ixtot, i, i) || !is_zero(f.Iytot, i, i) ||
             !is_near(2.0 * re(f.Izgrad, i, i), twice(re(f.Izgrad, i, i))))
             return false;
     return true;

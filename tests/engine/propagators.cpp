@@ -7,6 +7,7 @@
 #include "propagatorlib.h"
 
 #include <cmath>
+#include <limits>
 
 using Propagators = EngineTest;
 
@@ -307,4 +308,45 @@ TEST_F(Propagators, ManyMatricesPassThroughInBatchesWithoutMixing)
         ASSERT_EQ(largest_difference(dm.matrix(v), dm.matrix(1), size), 0.0) << v;
         ASSERT_EQ(largest_difference(dm.matrix(1250 + v), dm.matrix(1251), size), 0.0) << v;
     }
+}
+
+// A number that is none, or infinite, makes the whole propagator none, as in the published recipe.
+TEST_F(Propagators, WhatIsNoNumberEndsWhereTheRecipePutsIt)
+{
+    const double nan = std::nan(""), inf = std::numeric_limits<double>::infinity();
+    const std::vector<Position> positions = {{0.5, 0, 0}, {0.25, 0, 0}};
+    const auto expect_same_kinds = [&](const SectorField &f, const char *what) {
+        const size_t count = (size_t)(f.n * f.n) * positions.size();
+        std::vector<Complex> fast(count), plain(count);
+        SectorPropagators(f, positions.data(), (int)positions.size(), fast.data());
+        SectorPropagatorsPlain(f, positions.data(), (int)positions.size(), plain.data());
+        for (size_t k = 0; k < count; k++) {
+            EXPECT_EQ(std::isnan(fast[k].real()), std::isnan(plain[k].real())) << what << k;
+            EXPECT_EQ(std::isnan(fast[k].imag()), std::isnan(plain[k].imag())) << what << k;
+            EXPECT_EQ(std::isinf(fast[k].real()), std::isinf(plain[k].real())) << what << k;
+            EXPECT_EQ(std::isinf(fast[k].imag()), std::isinf(plain[k].imag())) << what << k;
+        }
+    };
+    std::mt19937 random(620);
+    build_spins(random_spins(random, {1, 1, 1}, 2));
+    for (const double bad : {nan, inf, -inf})
+        for (const bool driven : {true, false}) {
+            SCOPED_TRACE(testing::Message() << bad << (driven ? " driven" : " free"));
+            Waveform w = random_waveform(random, 6, true, true, true);
+            if (!driven)
+                w.xb.assign(6, 0.0), w.yb.assign(6, 0.0);
+            SectorField f = field_of(w, 0.002, TWO_PI * 33.0);
+            f.offset = bad;
+            expect_same_kinds(f, "offset ");
+            f = field_of(w, 0.002, TWO_PI * 33.0);
+            f.gx = f.gy = f.gz = nullptr;
+            f.offset = bad;
+            expect_same_kinds(f, "offset without gradients ");
+            f = field_of(w, 0.002, TWO_PI * 33.0);
+            w.gx[3] = bad;
+            expect_same_kinds(f, "gradient ");
+            w.gx[3] = 0.0;
+            H0[2][2][COMPLEX_RE] = bad;
+            expect_same_kinds(f, "Hamiltonian ");
+        }
 }
