@@ -29,8 +29,8 @@ struct ReceiverPair {
 struct ReceiverBasis {
     int n;
     const CMatrix *Hmat, *Ixtot, *Iytot; // the caller's, to be kept as long as the basis
-    // Whether Hmat is real and symmetric, and Ixtot and Iytot are Hermitian. Otherwise there are
-    // no blocks, and traces go the plain way.
+    // Whether Hmat is real and symmetric, and Ixtot and Iytot are Hermitian. Otherwise, and when
+    // memory is short, there are no blocks, and traces go the plain way.
     bool has_blocks;
     std::vector<ReceiverBlock> blocks;
     std::vector<ReceiverPair> pairs;

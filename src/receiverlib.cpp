@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <new>
 
 typedef std::complex<double> Complex;
 
@@ -172,9 +173,13 @@ void ReceiverTraceInBasis(const ReceiverBasis &basis, int ap, double dt, const C
                           double *re, double *im)
 {
     if (basis.has_blocks)
-        trace_by_kernel(best_lane_kernel(), basis, ap, dt, densmat, re, im);
-    else
-        ReceiverTracePlain(basis.n, ap, dt, densmat, basis.Hmat, basis.Ixtot, basis.Iytot, re, im);
+        try {
+            trace_by_kernel(best_lane_kernel(), basis, ap, dt, densmat, re, im);
+            return;
+        } catch (const std::bad_alloc &) {
+            // The plain path takes no memory.
+        }
+    ReceiverTracePlain(basis.n, ap, dt, densmat, basis.Hmat, basis.Ixtot, basis.Iytot, re, im);
 }
 
 void ReceiverTrace(int n, int ap, double dt, const CMatrix *densmat, const CMatrix *Hmat,

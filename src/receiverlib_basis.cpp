@@ -8,6 +8,7 @@
 #include <Eigen/Dense>
 
 #include <algorithm>
+#include <new>
 #include <numeric>
 
 typedef std::complex<double> Complex;
@@ -143,18 +144,26 @@ static void find_pairs(const std::vector<int> &block_of, ReceiverBasis *basis)
                 basis->pairs.push_back(make_pair(*basis, rows, cols));
 }
 
+static void make_blocks(ReceiverBasis *basis)
+{
+    std::vector<int> block_of;
+    basis->blocks = find_blocks(basis->n, basis->Hmat, &block_of);
+    for (ReceiverBlock &block : basis->blocks)
+        diagonalise(basis->Hmat, &block);
+    find_pairs(block_of, basis);
+    basis->has_blocks = true;
+}
+
 ReceiverBasis MakeReceiverBasis(int n, const CMatrix *Hmat, const CMatrix *Ixtot,
                                 const CMatrix *Iytot)
 {
     ReceiverBasis basis = {n, Hmat, Ixtot, Iytot, false, {}, {}};
-    basis.has_blocks = is_hermitian(n, Hmat) && is_real(n, Hmat) && is_hermitian(n, Ixtot) &&
-                       is_hermitian(n, Iytot);
-    if (!basis.has_blocks)
-        return basis;
-    std::vector<int> block_of;
-    basis.blocks = find_blocks(n, Hmat, &block_of);
-    for (ReceiverBlock &block : basis.blocks)
-        diagonalise(Hmat, &block);
-    find_pairs(block_of, &basis);
+    if (is_hermitian(n, Hmat) && is_real(n, Hmat) && is_hermitian(n, Ixtot) &&
+        is_hermitian(n, Iytot))
+        try {
+            make_blocks(&basis);
+        } catch (const std::bad_alloc &) {
+            basis = {n, Hmat, Ixtot, Iytot, false, {}, {}};
+        }
     return basis;
 }

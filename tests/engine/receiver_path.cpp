@@ -2,6 +2,7 @@
 // long traces, against exact phases; that it is taken, and that no trace depends on another.
 
 #include "engine_fixture.h"
+#include "memory.h"
 
 #include "receiverlib_internal.h"
 
@@ -344,4 +345,27 @@ TEST_F(ReceiverPath, GivesAMatrixTheSameBytesInAnyOrder)
     std::vector<double> re(500), im(500);
     ReceiverTrace(rt.n, 500, 1e-3, &rho, &H, &rt.Ixtot, &rt.Iytot, re.data(), im.data());
     EXPECT_EQ(joined(re, im), first);
+}
+
+// ------------------------------------------------------------------ short memory
+
+TEST_F(ReceiverPath, TakesTheRecipeWhenMemoryIsShort)
+{
+    const int ap = 16;
+    const double dt = 1e-3;
+    std::mt19937 random(740);
+    prepare(random, random_spins(random, {1, 2, 1}, 2));
+    const Trace expected = plain(ap, dt);
+    const double largest = largest_of(expected);
+    int failures = 0;
+    for (int left = 0; left == 0; failures++) {
+        std::vector<double> re(ap), im(re);
+        throw_at_allocation(failures + 1);
+        ReceiverTrace(rt.n, ap, dt, &rho, &H, &rt.Ixtot, &rt.Iytot, re.data(), im.data());
+        left = throw_at_allocation(0);
+        const Trace trace = joined(re, im);
+        EXPECT_LE(largest_difference(expected.data(), trace.data(), trace.size()), 1e-11 * largest)
+            << "allocation " << failures + 1;
+    }
+    EXPECT_GT(failures, 10); // the last one had memory for all
 }

@@ -6,4 +6,8 @@
 // pointer, all others succeed. 0: none fails.
 void fail_array_allocation(int number);
 
+// Of the allocations new T and new T[n] from now on, the number-th (from 1) throws, all others
+// succeed. 0: none throws. Returns how many were still to come before the one chosen last.
+int throw_at_allocation(int number);
+
 #endif

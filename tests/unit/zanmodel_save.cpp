@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <limits>
 #include <set>
 
 namespace
@@ -176,6 +177,37 @@ TEST_F(ModelSave, WritesNumbersWithFifteenDigits)
         dir.read("sequences/three spins/three spins.zanseq").find("sector_duration_s: 1 1e-05\n"),
         std::string::npos);
     EXPECT_NE(dir.read("models/Lac.zanmodel").find("x0_cm: -0\n"), std::string::npos);
+}
+
+TEST_F(ModelSave, TheLargestNumbersComeBack)
+{
+    const double largest = std::numeric_limits<double>::max();
+    const double second = 1.7976931348623151e308; // 15 digits round it up as well
+    model.spin.resonance_offsets_hz[1] = largest;
+    model.spin.relative_intensities[2] = second;
+    model.spin.j_hz[1][2] = model.spin.j_hz[2][1] = -largest;
+    model.seq.sectors[1].total_duration_s = largest;
+    model.seq.sectors[2].offset_frequency_hz = -largest;
+    model.cfg.x0_cm = -second;
+    model.cfg.dz_cm = largest;
+    model.cfg.dy_cm = 1.79769313486231e308; // 15 digits are enough
+    dir.write("sequences/three spins/wave-1.bin", "");
+    dir.write("sequences/three spins/wave-2.bin", "");
+    ASSERT_EQ(save(dir.file("models/Lac.zanmodel"), model), ZAN_MODEL_OK) << message;
+    EXPECT_NE(dir.read("models/Lac.zanmodel").find("dy_cm: 1.79769313486231e+308\n"),
+              std::string::npos);
+    TestModel back;
+    ASSERT_EQ(ZANModel_LoadText(dir.file("models/Lac.zanmodel").c_str(), &back.spin, &back.seq,
+                                &back.cfg, message, sizeof message),
+              ZAN_MODEL_OK)
+        << message;
+    EXPECT_EQ(back.spin.resonance_offsets_hz[1], largest);
+    EXPECT_EQ(back.spin.relative_intensities[2], second);
+    EXPECT_EQ(back.spin.j_hz[1][2], -largest);
+    EXPECT_EQ(back.seq.sectors[1].total_duration_s, largest);
+    EXPECT_EQ(back.seq.sectors[2].offset_frequency_hz, -largest);
+    EXPECT_EQ(back.cfg.x0_cm, -second);
+    EXPECT_EQ(back.cfg.dz_cm, largest);
 }
 
 TEST_F(ModelSave, WritesNoCouplingLineWhenAllAreZero)
