@@ -8,6 +8,8 @@
 
 #include "platformlib.h"
 
+#include <cmath>
+#include <cstdlib>
 #include <string>
 
 // Where the three files go.
@@ -88,11 +90,26 @@ static ZANModelStatus close_written(const std::string &path, OutputFile *out, ch
     return ZAN_MODEL_ERR_IO;
 }
 
+// 15 digits; all 17 where these round up to more than a double holds.
+static std::string number_text(double value)
+{
+    char text[32];
+    std::snprintf(text, sizeof text, "%.15g", value);
+    if (std::isfinite(value) && !std::isfinite(std::strtod(text, nullptr)))
+        std::snprintf(text, sizeof text, "%.17g", value);
+    return text;
+}
+
+static void print_double(FILE *out, const char *key, double value)
+{
+    std::fprintf(out, "%s: %s\n", key, number_text(value).c_str());
+}
+
 static void print_doubles(FILE *out, const char *key, const double *values, int count)
 {
     std::fprintf(out, "%s:", key);
     for (int k = 1; k <= count; k++)
-        std::fprintf(out, " %.15g", values[k]);
+        std::fprintf(out, " %s", number_text(values[k]).c_str());
     std::fprintf(out, "\n");
 }
 
@@ -101,7 +118,8 @@ void zan_print_couplings(FILE *out, const ZANSpinSystemDef *spin)
     for (int i = 1; i <= spin->nspins; i++)
         for (int k = i + 1; k <= spin->nspins; k++)
             if (spin->j_hz[i][k] != 0.0)
-                std::fprintf(out, "jcoupling_hz: %d %d %.15g\n", i, k, spin->j_hz[i][k]);
+                std::fprintf(out, "jcoupling_hz: %d %d %s\n", i, k,
+                             number_text(spin->j_hz[i][k]).c_str());
 }
 
 static ZANModelStatus write_spin_system(const SaveTargets &to, const ZANSpinSystemDef *spin,
@@ -130,9 +148,11 @@ static void print_sector(FILE *out, int s, const ZANPulseSectorDef &sector, cons
     std::fprintf(out, "sector_type: %d %d\n", s, sector.sector_type);
     std::fprintf(out, "sector_timepoints: %d %d\n", s, sector.number_of_timepoints);
     std::fprintf(out, "sector_evolpoints: %d %d\n", s, sector.number_of_evolpoints);
-    std::fprintf(out, "sector_duration_s: %d %.15g\n", s, sector.total_duration_s);
+    std::fprintf(out, "sector_duration_s: %d %s\n", s,
+                 number_text(sector.total_duration_s).c_str());
     std::fprintf(out, "sector_pulsefile: %d %s\n", s, pulse);
-    std::fprintf(out, "sector_statoff_hz: %d %.15g\n", s, sector.offset_frequency_hz);
+    std::fprintf(out, "sector_statoff_hz: %d %s\n", s,
+                 number_text(sector.offset_frequency_hz).c_str());
     std::fprintf(out, "sector_remark: %d %s\n", s, sector.remark);
 }
 
@@ -179,10 +199,12 @@ static ZANModelStatus write_model(const SaveTargets &to, const ZANRunConfig *cfg
     std::fprintf(out.file, "spin_system_file: ../spin-systems/%s.zanspin\n", name);
     std::fprintf(out.file, "sequence_file: ../sequences/%s/%s.zanseq\n\n", name, name);
     std::fprintf(out.file, "ndx: %d\nndy: %d\nndz: %d\n", cfg->ndx, cfg->ndy, cfg->ndz);
-    std::fprintf(out.file, "x0_cm: %.15g\ny0_cm: %.15g\nz0_cm: %.15g\n", cfg->x0_cm, cfg->y0_cm,
-                 cfg->z0_cm);
-    std::fprintf(out.file, "dx_cm: %.15g\ndy_cm: %.15g\ndz_cm: %.15g\n", cfg->dx_cm, cfg->dy_cm,
-                 cfg->dz_cm);
+    print_double(out.file, "x0_cm", cfg->x0_cm);
+    print_double(out.file, "y0_cm", cfg->y0_cm);
+    print_double(out.file, "z0_cm", cfg->z0_cm);
+    print_double(out.file, "dx_cm", cfg->dx_cm);
+    print_double(out.file, "dy_cm", cfg->dy_cm);
+    print_double(out.file, "dz_cm", cfg->dz_cm);
     std::fprintf(out.file, "result_file: %s\n", result);
     return close_written(to.model_file, &out, errbuf, errbufsz);
 }
