@@ -17,11 +17,16 @@
 
 static const int MAX_TIME_POINTS = 1 << 24; // a typing error should not cost all memory
 
+namespace
+{
+
 // What an analysis asks for.
 struct ReceiverSettings {
     double time;   // acquisition time, s
     double offset; // Hz
 };
+
+} // namespace
 
 static bool ask_receiver_settings(int *ap, ReceiverSettings *settings)
 {

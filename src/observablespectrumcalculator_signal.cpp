@@ -116,6 +116,9 @@ void build_scalar_signal_from_spectrum(int ap, double acq_time_s, const LineList
 
 // ------------------------------------------------------------------ the signal file
 
+namespace
+{
+
 // What every trace of a signal file shares.
 struct Receiver {
     const char *path;
@@ -128,6 +131,8 @@ struct Receiver {
     std::unique_ptr<double[]> re, im;
     ReceiverBasis basis;
 };
+
+} // namespace
 
 static bool write_one_trace(FILE *out, int traces, const Receiver &r, const CMatrix *densmat)
 {

@@ -68,12 +68,17 @@ static void fill_lane(const SectorPlan &plan, const PlannedStep &p, const Positi
     }
 }
 
+namespace
+{
+
 // The steps with the offsets of the positions in the lanes.
 struct LaneSteps {
     int positions_at = -1; // first of the positions that are in the lanes
     std::vector<Step> steps;
     std::vector<double> values; // of each step values_of() times the lanes
 };
+
+} // namespace
 
 static void make_lane_steps(const SectorPlan &plan, int lanes, LaneSteps *s)
 {
@@ -105,12 +110,17 @@ static void fill_lanes(const SectorPlan &plan, const Position *positions, int co
 
 // ------------------------------------------------------------------ rows into jobs
 
+namespace
+{
+
 // One job: bundles of rows from row on, with together positions across the lanes; or, when the
 // positions are few, at one position with rows across the lanes.
 struct Share {
     int first, together, row, bundles;
     bool rows_as_lanes;
 };
+
+} // namespace
 
 // 1, 2 or MOST_ROWS.
 static int bundles_for(int rows)
@@ -158,12 +168,17 @@ static void propagate_lanes(LaneKernel kernel, const LaneJob &job)
     }
 }
 
+namespace
+{
+
 // What one thread works with.
 struct Worker {
     LaneSteps lane_steps;
     AlignedDoubles work, out;
     LaneJob job;
 };
+
+} // namespace
 
 static Worker make_worker(const SectorPlan &plan, int lanes)
 {

@@ -65,6 +65,9 @@ static std::vector<double> series_of_exp(double x)
     return series;
 }
 
+namespace
+{
+
 // The bound of |H|·tau is rounded up to one of few values, each with its coefficients.
 struct SeriesTable {
     struct Entry {
@@ -72,6 +75,8 @@ struct SeriesTable {
     };
     std::vector<Entry> entries;
 };
+
+} // namespace
 
 static SeriesTable::Entry find_series(double x, SeriesTable *table, std::vector<double> *series)
 {

@@ -11,6 +11,9 @@
 
 // ------------------------------------------------------------------ a propagator as weights
 
+namespace
+{
+
 // What one thread works with: one propagator, ready for the kernel, and its scratch.
 struct RotationWorker {
     int at = -1; // number of the propagator
@@ -18,6 +21,8 @@ struct RotationWorker {
     std::vector<double> weight;
     AlignedDoubles work;
 };
+
+} // namespace
 
 static int root_of(std::vector<int> &root, int i)
 {

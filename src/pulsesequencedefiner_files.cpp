@@ -17,10 +17,15 @@ enum { path_size = 4096 };
 
 // ------------------------------------------------------------------ writers
 
+namespace
+{
+
 struct Block {
     const char *name;
     const double *samples;
 };
+
+} // namespace
 
 // Without a buffer between, a block that the disk refuses shows at that block. An old waveform
 // stays unless the new one is complete.

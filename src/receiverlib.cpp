@@ -22,6 +22,9 @@ static const int EXACT_EVERY = 8;
 
 // ------------------------------------------------------------------ what the receiver sees
 
+namespace
+{
+
 // amplitude·exp(-i·omega·t), x and y apart.
 struct Transition {
     Complex x, y;
@@ -32,6 +35,8 @@ struct Transition {
 struct Coherences {
     Eigen::MatrixXd re, im;
 };
+
+} // namespace
 
 static Eigen::MatrixXd in_eigenvectors(const ReceiverBlock &rows, const Eigen::MatrixXd &part,
                                        const ReceiverBlock &cols)
@@ -74,11 +79,16 @@ static void add_transitions(const ReceiverBasis &basis, const ReceiverPair &pair
 
 // ------------------------------------------------------------------ segments
 
+namespace
+{
+
 // The segments of a trace, as equal as they can be.
 struct Segments {
     int count, half;
     double dt;
 };
+
+} // namespace
 
 static Segments divide(int ap, double dt)
 {

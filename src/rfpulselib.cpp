@@ -39,10 +39,15 @@ static int ask_choice(const char *prompt)
     return choice;
 }
 
+namespace
+{
+
 struct Question {
     const char *prompt;
     double *answer;
 };
+
+} // namespace
 
 // False at the first answer that is no number.
 static bool ask(std::initializer_list<Question> questions)
@@ -201,9 +206,14 @@ static const char SPIRAL_FORMULAS[] = "f(t)  = sqrt((2*pi*n*(1-(t/T)))^2 + 1)\n"
                                       "kx(t) = B*(1-(t/T))*cos(2*pi*n*t/T)\n"
                                       "ky(t) = B*(1-(t/T))*sin(2*pi*n*t/T)\n";
 
+namespace
+{
+
 struct Sinc2D {
     double a, A, B, n, dx, dy, x0, y0;
 };
+
+} // namespace
 
 static bool ask_centred_sinc(Sinc2D *p)
 {
@@ -331,9 +341,14 @@ void fmpulseproc6(int *ap, double *h, double *xb, double *yb)
 static const char SECH_FORMULAS[] = " x  : w*sech(b*t)*cos(2*pi*u*ln(sech(bt)))\n"
                                     " y  : w*sech(b*t)*sin(2*pi*u*ln(sech(bt)))\n";
 
+namespace
+{
+
 struct Sech {
     double phase, w_hz, b, u; // phase in rad
 };
+
+} // namespace
 
 static const char *const SECH_PROMPTS[] = {
     PHASE_PROMPT,

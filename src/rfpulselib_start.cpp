@@ -12,6 +12,9 @@
 #include <memory>
 #include <new>
 
+namespace
+{
+
 // Where the pulse lies, the x and y parts of its direction.
 struct Direction {
     double x, y;
@@ -21,6 +24,8 @@ struct Direction {
 struct StartPulseWish {
     double rf_ampl_hz, flip_deg, phase_deg;
 };
+
+} // namespace
 
 static double radians(double deg)
 {

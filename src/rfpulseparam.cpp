@@ -17,12 +17,17 @@ int rfpulseparam_max_modes(int npar_local, int ap_local)
     return std::min(std::max(hap, 1) - 1, npar_local / 4);
 }
 
+namespace
+{
+
 // One channel in centred order: ap points, of which re and im point at frequency 0.
 struct Spectrum {
     int ap;
     std::unique_ptr<double[]> real, imag;
     double *re, *im; // frequencies -ap/2..ap/2 - 1
 };
+
+} // namespace
 
 static double *zeros(int count)
 {

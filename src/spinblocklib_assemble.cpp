@@ -98,10 +98,15 @@ static void sum_blocks(const SpinGroup &group, const Complex *const *blocks, Com
         P[group.copy_to[k]] = P[group.copy_from[k]];
 }
 
+namespace
+{
+
 struct Factor {
     const Complex *P;
     const std::vector<int> &place; // of its rows and columns in the product
 };
+
+} // namespace
 
 // out (stride elements from row to row) = a ⊗ b. Plain products: operator* of complex numbers
 // would look after infinities.

@@ -45,10 +45,15 @@ static wide clebsch_gordan(int j1, int m1, int j2, int m2, int J)
 // the set. A product state has one m, so it has a part in one state of the total spin only.
 typedef std::vector<wide> Path;
 
+namespace
+{
+
 struct TotalSpin {
     int twice;
     std::vector<Path> paths;
 };
+
+} // namespace
 
 static int twice_m(const ProductBasis &set, int state)
 {
@@ -98,12 +103,17 @@ static std::vector<TotalSpin> total_spins(int levels, size_t count)
 
 // ------------------------------------------------------------------ one block
 
+namespace
+{
+
 // Sets of spins of a group, each with one of its total spins.
 struct BlockChoice {
     const ProductBasis *basis;
     const SpinSets *sets;
     std::vector<const TotalSpin *> totals;
 };
+
+} // namespace
 
 static ProductBasis basis_of_block(const BlockChoice &c)
 {
@@ -154,11 +164,16 @@ static std::vector<Path> copies_of_block(const BlockChoice &c)
     return copies;
 }
 
+namespace
+{
+
 // diag(d) + F and X of a block, by rows.
 struct DenseBlock {
     int n;
     std::vector<wide> H, X;
 };
+
+} // namespace
 
 static DenseBlock project(const SparseSystem &s, const std::vector<int> &column, const Path &v,
                           int n)

@@ -12,12 +12,17 @@
 #include <memory>
 #include <new>
 
+namespace
+{
+
 // How a mode words its failures.
 struct ModeTexts {
     const char *state;             // what could not be allocated
     const char *load, *activation; // what failed
     bool with_path;                // a second line names the model file
 };
+
+} // namespace
 
 static const ModeTexts run_texts = {"model run", "Load", "Activate", true};
 static const ModeTexts profile_texts = {"expectation-profile", "Expectation profile model load",

@@ -128,10 +128,15 @@ void mnbrak(double *ax, double *bx, double *cx, double *fa, double *fb, double *
     }
 }
 
+namespace
+{
+
 // The three best points of a line so far: x the best, w the second, v the one that w was before.
 struct LinePoints {
     double x, w, v, fx, fw, fv;
 };
+
+} // namespace
 
 // The step from x to the minimum of the parabola through the three points; false when it leaves
 // (a, b) or is not less than half of the step before last.

@@ -21,7 +21,12 @@ static const int64_t MAX_BATCH = 4096;
 
 // ------------------------------------------------------------------ generations of dm.bin
 
+namespace
+{
+
 enum WriteResult { WRITTEN, NOT_OPENED, NO_HEADER, NO_DATA };
+
+} // namespace
 
 // A spin system, and no more matrices than the header of a file can count. False after a message.
 static bool can_be_propagated(const char *who, int64_t matrices)
@@ -32,6 +37,9 @@ static bool can_be_propagated(const char *who, int64_t matrices)
                 (long long)matrices);
     return false;
 }
+
+namespace
+{
 
 // What is left of a "store" of ours that did not become "dm.bin" goes, once it is closed.
 struct StoreRemover {
@@ -45,6 +53,8 @@ struct StoreRemover {
         errno = error;
     }
 };
+
+} // namespace
 
 static FilePtr open_store(StoreRemover *remover)
 {

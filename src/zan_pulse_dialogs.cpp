@@ -95,12 +95,17 @@ void OutputPulse(void)
 
 // ------------------------------------------------------------------ grid and gradients
 
+namespace
+{
+
 // The values of one axis in the runtime state.
 struct Axis {
     char name;
     int *points;
     double *minimum, *spacing, *gradient;
 };
+
+} // namespace
 
 static bool use_axis(char name)
 {

@@ -118,6 +118,9 @@ void SimulateLoadedPulseSequence(void)
 
 // ------------------------------------------------------------------ 1D/2D family
 
+namespace
+{
+
 struct Acquisition {
     int samples;    // 0 = the sequence has no acquisition sector
     double time;    // s
@@ -125,6 +128,8 @@ struct Acquisition {
     bool evolution; // an evolution sector was propagated
     int rows;       // evolution rows
 };
+
+} // namespace
 
 static bool sector_2d_is_valid(int s)
 {

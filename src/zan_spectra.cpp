@@ -31,7 +31,12 @@ static void build_totals(int norm)
     MakeTotalIz(rt.n, rt.Nspins, rt.ket, rt.Ilist, norm, &rt.Iztot);
 }
 
+namespace
+{
+
 enum SpectrumKind { AVERAGE_SPECTRUM = 1, SEPARATE_SPECTRA, SPECTRUM_2D };
+
+} // namespace
 
 // The receiver detects every spin's operator with unit norm.
 static void calculate_spectra(SpectrumKind kind)

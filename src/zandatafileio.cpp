@@ -27,12 +27,17 @@ static dataio_status io_error(const char *what)
 
 // ------------------------------------------------------------------------------ rows of text
 
+namespace
+{
+
 enum RowFormat { PLAIN_ROWS, SG_ROWS, SG_XY_ROWS };
 
 struct RowLayout {
     RowFormat format;
     double xmin, xinc; // axis of the SG-plot rows
 };
+
+} // namespace
 
 static const RowLayout plain_rows = {PLAIN_ROWS, 0.0, 0.0};
 static const RowLayout sg_rows = {SG_ROWS, 0.0, 1.0};
@@ -134,10 +139,15 @@ dataio_status read_legacy_bin_header(FILE *in, int32_t *type, int32_t *pp, int32
     return DATAIO_OK;
 }
 
+namespace
+{
+
 // The descriptor, 15 words, and zeros behind it.
 struct IdlHeader {
     int32_t words[256];
 };
+
+} // namespace
 
 static IdlHeader idl_header(int32_t pp, int32_t fndw)
 {

@@ -14,6 +14,9 @@ static int run_all_cases(void)
     return ok;
 }
 
+namespace
+{
+
 // The loaded model comes back however the checks end.
 struct LoadedModel {
     ZANLegacySnapshot snapshot;
@@ -25,6 +28,8 @@ struct LoadedModel {
         ZAN_SetSmokeCheckMode(0);
     }
 };
+
+} // namespace
 
 static int check_beside_loaded_model(void)
 {

@@ -6,10 +6,15 @@
 
 #include <string>
 
+namespace
+{
+
 struct RefText {
     const char *name; // below the directory of the case
     std::string text;
 };
+
+} // namespace
 
 // ------------------------------------------------------------------ split composition
 
@@ -55,9 +60,14 @@ static const char test_model_text[] =
     "dx_cm: 5\ndy_cm: 0\ndz_cm: 0\n"
     "result_file: split-composition-result.bin\n";
 
+namespace
+{
+
 struct SplitFiles {
     RefPath pulse, spin, sequence, model;
 };
+
+} // namespace
 
 static int name_split_files(const char *base, SplitFiles *files)
 {

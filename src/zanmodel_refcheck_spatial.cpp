@@ -231,9 +231,14 @@ int check_spatial_result(const char *path)
 
 // ------------------------------------------------------------------ case
 
+namespace
+{
+
 struct SpatialFiles {
     RefPath pulse, model, result;
 };
+
+} // namespace
 
 static int prepare_files(SpatialFiles *files)
 {

@@ -224,11 +224,16 @@ template <size_t N> static bool texts_differ(const char (&a)[N], const char (&b)
     return std::strncmp(a, b, N) != 0;
 }
 
+namespace
+{
+
 // Where a difference is told. The functions below return true when all is equal.
 struct Verification {
     char *errbuf;
     size_t errbufsz;
 };
+
+} // namespace
 
 static bool mismatch(const Verification *to, const char *fmt, ...) ZAN_PRINTF_FORMAT(2, 3);
 
@@ -356,12 +361,15 @@ int zan_runtime_matches_model_def(const ZANSpinSystemDef *spin, const ZANPulseSe
 
 // ------------------------------------------------------------------- files <-> runtime state
 
-namespace {
+namespace
+{
+
 struct ModelRecords {
     ZANSpinSystemDef spin;
     ZANPulseSequenceDef seq;
     ZANRunConfig cfg;
 };
+
 } // namespace
 
 static void init_records(ModelRecords *m)

@@ -12,12 +12,17 @@
 #include <cstdlib>
 #include <string>
 
+namespace
+{
+
 // Where the three files go.
 struct SaveTargets {
     std::string name; // of spin system and sequence
     std::string spin_dir, sequences_dir, sequence_dir;
     std::string spin_file, sequence_file, model_file;
 };
+
+} // namespace
 
 // ------------------------------------------------------------------ targets
 

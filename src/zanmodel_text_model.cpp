@@ -4,6 +4,9 @@
 
 #include <iterator>
 
+namespace
+{
+
 enum ModelKey {
     KEY_FORMAT_VERSION,
     KEY_SPIN_SYSTEM_FILE,
@@ -22,6 +25,8 @@ enum ModelKey {
     KEY_MODEL_NAME = REQUIRED_KEYS,
     MODEL_KEYS
 };
+
+} // namespace
 
 // The required ones first, in the order in which a missing one is reported.
 static const char *const model_keys[MODEL_KEYS] = {"format_version",
@@ -45,6 +50,9 @@ static double ZANRunConfig::*const grid_lengths[] = {&ZANRunConfig::x0_cm, &ZANR
                                                      &ZANRunConfig::z0_cm, &ZANRunConfig::dx_cm,
                                                      &ZANRunConfig::dy_cm, &ZANRunConfig::dz_cm};
 
+namespace
+{
+
 struct ModelText {
     ZANTextReader in;
     bool seen[MODEL_KEYS];
@@ -52,6 +60,8 @@ struct ModelText {
     ZANPulseSequenceDef *seq;
     ZANRunConfig *cfg;
 };
+
+} // namespace
 
 // Keys of the days when one file held the whole model.
 static bool zan_is_inline_model_key(const char *line)

@@ -4,6 +4,9 @@
 
 #include <algorithm>
 
+namespace
+{
+
 enum SequenceKey {
     KEY_FORMAT_VERSION,
     KEY_SEQUENCE_TYPE,
@@ -14,8 +17,13 @@ enum SequenceKey {
     SCALAR_KEYS
 };
 
+} // namespace
+
 static const char *const scalar_keys[SCALAR_KEYS] = {
     "format_version", "sequence_type", "number_of_sectors", "sequence_name", "model_name"};
+
+namespace
+{
 
 enum SectorKey {
     KEY_TYPE,
@@ -29,6 +37,8 @@ enum SectorKey {
     SECTOR_KEYS
 };
 
+} // namespace
+
 static const char *const sector_keys[SECTOR_KEYS] = {
     "sector_type",      "sector_timepoints", "sector_evolpoints", "sector_duration_s",
     "sector_pulsefile", "sector_statoff_hz", "sector_remark"};
@@ -36,12 +46,17 @@ static const char *const sector_keys[SECTOR_KEYS] = {
 // One more than a sequence can have: a file that declares so many is told which sector it lacks.
 enum { DECLARED_SECTOR_CAP = 21 };
 
+namespace
+{
+
 struct SequenceText {
     ZANTextReader in;
     bool seen[SCALAR_KEYS];
     bool given[DECLARED_SECTOR_CAP + 1][SECTOR_KEYS];
     ZANPulseSequenceDef *seq;
 };
+
+} // namespace
 
 // ---- scalars ----
 

@@ -4,6 +4,9 @@
 
 #include <vector>
 
+namespace
+{
+
 enum SpinKey {
     KEY_FORMAT_VERSION,
     KEY_NSPINS,
@@ -20,16 +23,23 @@ enum SpinKey {
     SPIN_KEYS
 };
 
+} // namespace
+
 static const char *const spin_keys[SPIN_KEYS] = {
     "format_version",       "nspins",         "spin_quantum_numbers", "relative_intensities",
     "resonance_offsets_hz", "coupling_mode",  "spin_system_name",     "model_name",
     "jcoupling_hz",         "orvane_subgroup"};
+
+namespace
+{
 
 struct SpinSystemText {
     ZANTextReader in;
     bool seen[SCALAR_KEYS];
     ZANSpinSystemDef *spin;
 };
+
+} // namespace
 
 // ---- orvane_subgroup: label=... spins=1,2 ppm=1.2,1.4 ----
 
