@@ -33,6 +33,16 @@ void *operator new(std::size_t size)
     return memory;
 }
 
+// As the library's own, which a sanitizer would replace by one that the deletes below do not fit.
+void *operator new(std::size_t size, const std::nothrow_t &) noexcept
+{
+    try {
+        return operator new(size);
+    } catch (const std::bad_alloc &) {
+        return nullptr;
+    }
+}
+
 void operator delete(void *memory) noexcept
 {
     std::free(memory);
