@@ -184,7 +184,8 @@ static bool in_order_of_MakeKets(const SpinIList &Ilist, const SpinKet &ket, int
 {
     int m[MAX_SPINS + 1];
     std::memcpy(m, Ilist, sizeof m);
-    if (infer_nstates(Ilist, Nspins) < n) {
+    const int states = infer_nstates(Ilist, Nspins);
+    if (states < 1 || states < n) {
         return false;
     }
     for (int i = 1; i <= n; i++) {

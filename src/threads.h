@@ -4,40 +4,34 @@
 #define ZAN_THREADS_H
 
 #include <cstdint>
-#ifdef _OPENMP
-#include <omp.h>
-#endif
+#include <exception>
+#include <thread>
+#include <vector>
 
 // products: multiplications that the work takes in one lane; pieces: parts it can be dealt out in.
-inline int threads_for(double products, int64_t pieces)
-{
-#ifdef _OPENMP
-    const double WORTH_WAKING = 1e6;
-    const int64_t most = omp_get_max_threads();
-    if (products >= WORTH_WAKING)
-        return (int)(pieces < most ? pieces : most);
-#else
-    (void)products;
-    (void)pieces;
-#endif
-    return 1;
-}
+int threads_for(double products, int64_t pieces);
 
-// work(i, thread) for i = 0..count-1, thread 0..threads-1. One thread does without OpenMP, which
-// ends the program when memory is short. work must not throw.
+// work(i, thread) for i = 0..count-1, thread 0..threads-1, neighbours by the same thread. Threads
+// that the system refuses, or that find no memory, leave their part to this one. work must not
+// throw.
 template <class Work> void for_all(int threads, int64_t count, const Work &work)
 {
-#ifdef _OPENMP
-    if (threads > 1) {
-#pragma omp parallel for num_threads(threads) schedule(static)
-        for (int64_t i = 0; i < count; i++)
-            work(i, omp_get_thread_num());
-        return;
+    const auto do_part = [&](int thread) {
+        for (int64_t i = count * thread / threads; i < count * (thread + 1) / threads; i++)
+            work(i, thread);
+    };
+    std::vector<std::jthread> others;
+    int next = 1;
+    try {
+        others.reserve((size_t)threads - 1);
+        for (; next < threads; next++)
+            others.emplace_back(do_part, next);
+    } catch (const std::exception &) {
+        // The parts from next on are left.
     }
-#endif
-    (void)threads;
-    for (int64_t i = 0; i < count; i++)
-        work(i, 0);
+    do_part(0);
+    for (; next < threads; next++)
+        do_part(next);
 }
 
 #endif

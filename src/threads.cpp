@@ -1,0 +1,18 @@
+#include "threads.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+static const double WORTH_STARTING = 1e6;
+
+static int64_t most_threads(void)
+{
+    const char *text = std::getenv("OMP_NUM_THREADS");
+    const long wanted = text ? std::strtol(text, nullptr, 10) : 0;
+    return wanted > 0 ? wanted : std::max<int64_t>(1, std::thread::hardware_concurrency());
+}
+
+int threads_for(double products, int64_t pieces)
+{
+    return products < WORTH_STARTING ? 1 : (int)std::clamp<int64_t>(pieces, 1, most_threads());
+}
