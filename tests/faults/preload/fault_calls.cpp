@@ -14,6 +14,7 @@
 #endif
 #include <dlfcn.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -40,12 +41,14 @@ enum Kind {
     UNLINK,     // unlink
     SPACE,      // a write, or making a file or directory: what a full disk refuses
     CALL,       // any of the above
+    THREAD,     // pthread_create
     ALLOCATION, // malloc, calloc, realloc, every operator new
     KINDS
 };
 
-const char *const names[KINDS] = {"read", "write", "small",  "flush", "close", "rename",
-                                  "open", "mkdir", "unlink", "space", "call",  "allocation"};
+const char *const names[KINDS] = {"read",   "write",  "small",     "flush",  "close",
+                                  "rename", "open",   "mkdir",     "unlink", "space",
+                                  "call",   "thread", "allocation"};
 
 enum Manner { ONCE, STAY, KILL };
 
@@ -281,6 +284,14 @@ extern "C" int mkdir(const char *path, mode_t mode) noexcept
 extern "C" int unlink(const char *path) noexcept
 {
     return fails(UNLINK, EIO) ? -1 : next(&unlink, "unlink")(path);
+}
+
+extern "C" int pthread_create(pthread_t *thread, const pthread_attr_t *attributes,
+                              void *(*start)(void *), void *argument) noexcept
+{
+    if (counting && is_the_one(THREAD))
+        return EAGAIN;
+    return next(&pthread_create, "pthread_create")(thread, attributes, start, argument);
 }
 
 // ------------------------------------------------------------------ memory
