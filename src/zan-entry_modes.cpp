@@ -3,6 +3,7 @@
 // What went wrong is told on the error stream; models are opened by zan-entry_models.cpp.
 #include "zan-entry.h"
 
+#include "platformlib.h"
 #include "zan-entry_internal.h"
 #include "zan.h"
 
@@ -71,11 +72,21 @@ int run_zan_model_file(const char *model_path)
     return 0;
 }
 
+// False, and told, when the output is one of the files that the mode reads.
+static bool output_is_new(const char *output, const char *model, const char *densities)
+{
+    if (!plat_same_file(output, model) && !plat_same_file(output, densities))
+        return true;
+    std::fprintf(stderr, "[ZAN] The output would replace its own input: %s\n", output);
+    return false;
+}
+
 // Stays in the runtime directory, unlike the other two modes.
 int write_expectation_profile_file(const char *model_path, const char *density_path,
                                    const char *operator_expression, const char *output_path)
 {
-    if (!open_model(model_path, profile_texts))
+    if (!open_model(model_path, profile_texts) ||
+        !output_is_new(output_path, model_path, density_path))
         return 1;
     return ZANWriteExpectationProfile(density_path, operator_expression, output_path) ? 0 : 1;
 }
@@ -98,7 +109,8 @@ int write_voxel_signal_file(const char *model_path, const char *density_path,
         return 1;
     }
     enter_private_model_run_work_dir(model_path);
-    if (!open_model(model_path, voxel_texts))
+    if (!open_model(model_path, voxel_texts) ||
+        !output_is_new(output_path, model_path, density_path))
         return 1;
     return ZANWriteVoxelSignal(density_path, point_index, output_path) ? 0 : 1;
 }

@@ -219,6 +219,23 @@ TEST(VoxelSignal, RunsInADirectoryOfItsOwn)
     EXPECT_TRUE(fs::exists(run_dir(tree, "one", result.pid) + "/out.bin"));
 }
 
+TEST(EvaluationModes, AnOutputThatIsTheirInputIsRefused)
+{
+    const Tree tree;
+    const std::string model = write_one_spin_model(tree, "one", 1);
+    ASSERT_EQ(run_zan(tree, {"--run-model", model}).exit_code, 0);
+    const std::string density = tree_path(tree, "build/runtime/results/one.bin");
+    for (const auto &[mode, what] :
+         {std::pair("--expectation-profile", "Iy"), std::pair("--voxel-signal", "1")})
+        for (const std::string &output : {model, density}) {
+            const std::string before = read_file(output);
+            const ProgramResult result = run_zan(tree, {mode, model, density, what, output});
+            EXPECT_EQ(result.exit_code, 1) << mode;
+            EXPECT_EQ(result.err, "[ZAN] The output would replace its own input: " + output + "\n");
+            EXPECT_EQ(read_file(output), before) << mode;
+        }
+}
+
 // ------------------------------------------------------- directories that cannot be entered
 
 TEST(RuntimeDirectory, AFileInItsPlaceIsAWarning)
