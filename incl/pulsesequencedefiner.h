@@ -36,8 +36,9 @@ void ps_print_spatial_sequence_guidance(void);
 void ps_print_spatial_sector_summaries(void);
 
 // ---- waveform files ----
-// Two arrays of reals from text files, times a factor; the readers may change *ap.
-void ReadBxByPulse(int *ap, double *xb, double *yb);
+// Two arrays of reals from text files, times a factor; the readers may change *ap. False, and told,
+// when one could not be read: it holds what had been read and what was there before.
+bool ReadBxByPulse(int *ap, double *xb, double *yb);
 // Blocks of *ap doubles; a block that cannot be written is told on standard output.
 void BinArrayOut(const int *ap, const double *xb, const double *yb, const double *gx,
                  const double *gy, const double *gz, const char *name);

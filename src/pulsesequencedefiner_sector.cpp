@@ -77,19 +77,24 @@ static void ask_note(int s)
 
 // ------------------------------------------------------------------ RF pulse
 
-void ReadBxByPulse(int *ap, double *xb, double *yb)
+bool ReadBxByPulse(int *ap, double *xb, double *yb)
 {
     double factor;
     std::printf("\n\nFile name Bx(t)\n");
     RealArrayIn(ap, xb);
+    const bool has_x = dataio_last_status == DATAIO_OK;
     ConsoleDropLine();
     std::printf("File name By(t)\n");
     RealArrayIn(ap, yb);
+    const bool has_y = dataio_last_status == DATAIO_OK;
     ask_double("Multiplication factor : ", &factor);
     for (int i = 0; i < *ap; i++) {
         xb[i] *= factor;
         yb[i] *= factor;
     }
+    if (!has_x || !has_y)
+        std::fprintf(stderr, "The pulse was not read.\n");
+    return has_x && has_y;
 }
 
 // A choice that the pulse's menu does not have leaves the old sample.
@@ -109,9 +114,11 @@ static void define_waiting_time(int s)
     rt.xb[0] = rt.yb[0] = 0.0;
 }
 
-// Fills xb and yb; false when there is no such content.
-static bool define_content(int s, int content, int *count, double *step)
+// Fills xb and yb; false when the pulse cannot be read or there is no such content, which unknown
+// tells.
+static bool define_content(int s, int content, int *count, double *step, const char *unknown)
 {
+    bool defined = true;
     switch (content) {
     case hard_pulse:
         define_hard_pulse(s, count, step);
@@ -126,16 +133,17 @@ static bool define_content(int s, int content, int *count, double *step)
         break;
     case pulse_from_disk:
         ps_print_heading("Read RF pulse samples (Bx, By) from disk");
-        ReadBxByPulse(count, rt.xb, rt.yb);
+        defined = ReadBxByPulse(count, rt.xb, rt.yb);
         break;
     case waiting_time:
         define_waiting_time(s);
         break;
     default:
+        std::printf("%s\n", unknown);
         return false;
     }
     ConsoleDropLine();
-    return true;
+    return defined;
 }
 
 // ------------------------------------------------------------------ spatial sector
@@ -154,10 +162,8 @@ void DefineSeqSector(int s)
     print_sector_banner("Edit Spatial Sequence Sector", s);
     const int content = ask_content();
     set_time_resolution(s, content, &count, &step);
-    if (!define_content(s, content, &count, &step)) {
-        std::printf("Unknown sector type.\n");
+    if (!define_content(s, content, &count, &step, "Unknown sector type."))
         return;
-    }
     rt.sectype[s] = 1;
     rt.nevo[s] = 1;
     ask_static_offset(s);
@@ -195,10 +201,8 @@ static bool define_normal_sector(int s)
     rt.nevo[s] = rt.nevo[s - 1];
     const int content = ask_content();
     set_time_resolution(s, content, &count, &step);
-    if (!define_content(s, content, &count, &step)) {
-        std::printf("Unknown sector content.\n");
+    if (!define_content(s, content, &count, &step, "Unknown sector content."))
         return false;
-    }
     return ps_write_2d_sector_waveform_file(s, count);
 }
 

@@ -68,8 +68,8 @@ void RedefinePulseHamiltonian(void)
         use_pulse_time();
         break;
     case 4:
-        ReadBxByPulse(&rt.ap, rt.xb, rt.yb);
-        use_pulse_time();
+        if (ReadBxByPulse(&rt.ap, rt.xb, rt.yb))
+            use_pulse_time();
         break;
     case 5:
         define_start_pulse();

@@ -192,7 +192,7 @@ TEST(ReadBxByPulse, ReadsTwoTextFilesAndMultipliesThem)
     typed += bx + " typed ahead\n1\n" + by + "\nx\n0.5\nrest\n";
     feed_stdin(typed);
     testing::internal::CaptureStdout();
-    ReadBxByPulse(&ap, x, y);
+    EXPECT_TRUE(ReadBxByPulse(&ap, x, y));
     const std::string menu = "Read ASCII-file containing reals:\n"
                              "      1. Normal ASCII file\n"
                              "      2. SGplot file format\n"

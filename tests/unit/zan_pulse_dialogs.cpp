@@ -1,4 +1,5 @@
 // A pulse and its grid without a sequence, and the menu of single steps around them.
+#include "pulsesequencedefiner.h"
 #include "zan.h"
 
 #include "console.h"
@@ -99,6 +100,35 @@ TEST_F(SinglePulse, APulseFromDiskKeepsThePulseTimeThatStoodBefore)
     EXPECT_EQ(rt.ti, 0.001);
     EXPECT_EQ(rt.h, 0.00025);
     EXPECT_EQ(rt.rfpulsedefined, 1);
+}
+
+TEST_F(SinglePulse, APulseThatCannotBeReadFromDiskIsNone)
+{
+    const TempDir dir;
+    const std::string good = dir.write("good.txt", "1 2 3 4"), bad = dir.write("bad.txt", "1 2 x");
+    for (const auto &[x, y] : {std::pair(good, bad), {bad, good}, {good, dir.file("none.txt")}}) {
+        rt.rfpulsedefined = 0;
+        testing::internal::CaptureStderr();
+        dialog(RedefinePulseHamiltonian, "4\n1\n" + x + "\n1\n" + y + "\n10\n");
+        const std::string err = testing::internal::GetCapturedStderr();
+        EXPECT_NE(err.find("The pulse was not read.\n"), std::string::npos) << err;
+        EXPECT_EQ(rt.rfpulsedefined, 0) << x << y;
+    }
+}
+
+TEST_F(SinglePulse, ASectorWhosePulseCannotBeReadGetsNoWaveform)
+{
+    const TempDir dir;
+    const std::string good = dir.write("good.txt", "1 2"), bad = dir.write("bad.txt", "1 x");
+    testing::internal::CaptureStderr();
+    const std::string printed =
+        dialog([] { DefineSeqSector(2); },
+               "4\n2\n1\n1\n" + good + "\n1\n" + bad + "\n1\n0\n1\n1\n1\n1\nwave.bin\n\n");
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("The pulse was not read.\n"),
+              std::string::npos);
+    EXPECT_EQ(printed.find("Unknown"), std::string::npos) << printed;
+    EXPECT_EQ(printed.find("Static offset"), std::string::npos) << printed;
+    EXPECT_EQ(rt.sectype[2], 0);
 }
 
 TEST_F(SinglePulse, WithoutSamplesTheStepIsZero)
