@@ -104,6 +104,9 @@ void SimulateLoadedPulseSequence(void)
     for (int s = 1; s <= sectors; s++)
         if (!run_spatial_sector(s))
             return;
+    if (rt.calc < sectors)
+        std::fprintf(stderr, "Of %d sectors %d failed: the density matrices lack them.\n", sectors,
+                     sectors - rt.calc);
     if (sectors < rt.nos && reporting()) {
         std::printf("\nSpatial propagation stops at acquisition sector %d.\n", sectors + 1);
         std::printf("The density matrix is stored at acquisition start.\n");
@@ -127,6 +130,7 @@ struct Acquisition {
     double offset;  // Hz
     bool evolution; // an evolution sector was propagated
     int rows;       // evolution rows
+    int failed;     // sectors that could not be propagated
 };
 
 } // namespace
@@ -198,7 +202,10 @@ static bool run_2d_sector(int s, Acquisition *acq)
         return false;
     if (reporting())
         std::printf("Remark on sector                        : %s\n", rt.remarks[s]);
+    const int finished = rt.calc;
     Rotate2D_internal(rt.sectype[s], rt.h, rt.statoff_s);
+    if (rt.calc == finished)
+        acq->failed++;
     if (rt.sectype[s] == 2) {
         acq->evolution = true;
         acq->rows = rt.ndw;
@@ -260,10 +267,15 @@ void SimulateLoaded2DPulseSequence(void)
         if (zan_current_sequence_is_pulse_acquire_fid())
             std::printf("Detected sequence subtype               : pulse-acquire FID\n");
     }
-    Acquisition acq = {0, 0.0, 0.0, false, 1};
+    Acquisition acq = {0, 0.0, 0.0, false, 1, 0};
     for (int s = 1; s <= rt.nos; s++)
         if (!run_2d_sector(s, &acq))
             return;
+    if (acq.failed > 0) {
+        std::fprintf(stderr, "Of %d sectors %d failed: no result is written.\n", rt.nos,
+                     acq.failed);
+        return;
+    }
     CMatAdd(rt.n, &rt.Izee, &rt.Icoup, &rt.Istat);
     ZANSlowBandSplitConfig slow;
     write_2d_result(acq, zan_try_slow_band_split_config(&slow) ? &slow : nullptr);

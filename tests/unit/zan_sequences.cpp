@@ -4,6 +4,7 @@
 #include "engine_fixture.h"
 
 #include <cmath>
+#include <fstream>
 #include <limits>
 
 using Sequences = EngineTest;
@@ -248,6 +249,7 @@ TEST_F(Sequences, AFailedSectorDoesNotStopTheSpatialRun)
     const std::string out = output_of(SimulateLoadedPulseSequence, &err);
     EXPECT_EQ(count_of(out, "Calculating sector "), 2);
     EXPECT_EQ(count_of(err, "dm.bin: "), 2) << err;
+    EXPECT_EQ(count_of(err, "Of 2 sectors 2 failed: the density matrices lack them.\n"), 1) << err;
 }
 
 TEST_F(Sequences, TheSectorTypeDoesNotChangeASpatialSector)
@@ -262,6 +264,21 @@ TEST_F(Sequences, TheSectorTypeDoesNotChangeASpatialSector)
 }
 
 // ------------------------------------------------------------------ 1D/2D family
+
+TEST_F(Sequences, AFailedSectorLeavesTheOldResultOfARunOfRows)
+{
+    set_one_spin();
+    add_pulse();
+    add_acquisition(16);
+    std::ofstream("signal.bin") << "old";
+    set_result("signal.bin");
+    std::filesystem::create_directory("store");
+    std::string err;
+    const std::string out = output_of(SimulateLoaded2DPulseSequence, &err);
+    EXPECT_EQ(count_of(out, "Calculating sector "), 2);
+    EXPECT_EQ(count_of(err, "Of 2 sectors 1 failed: no result is written.\n"), 1) << err;
+    EXPECT_EQ(std::filesystem::file_size("signal.bin"), 3u);
+}
 
 TEST_F(Sequences, APulseAcquireRunReportsItsSteps)
 {
