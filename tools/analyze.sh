@@ -25,19 +25,24 @@ look_with_tidy()
     quietly tidy run-clang-tidy -quiet -p build "$PWD/(src|tools)/"
 }
 
-# Blocks that libgomp keeps for its threads until the end are possible losses to valgrind; they are
-# none of the program's.
 under_valgrind()
 {
     OMP_NUM_THREADS=2 valgrind --quiet --error-exitcode=9 --leak-check=full \
-        --show-leak-kinds=definite,indirect --errors-for-leak-kinds=definite,indirect "$@"
+        --errors-for-leak-kinds=definite,indirect,possible "$@"
 }
+
+# What valgrind does otherwise than the machine: memory that a test lets run out is its own, a
+# program that cannot be started seems to start, and long double has the digits of double.
+NOT_UNDER_VALGRIND='*Without*Memory*:*NoMemory*:Propagation.AfterAFailedFirstSectorTheNextIsTheFirst'
+NOT_UNDER_VALGRIND+=':SpectrumOutputs.AMissingGnuplotIsReported:PlatformBackground.AMissingProgramIsAnError'
+NOT_UNDER_VALGRIND+=':SpinSplits.AreNotUndoneByRounding:SpinSplits.HaveIsometriesThatFillTheGroupOnce'
 
 look_with_valgrind()
 {
     quietly valgrind-build cmake --preset release-tests
     quietly valgrind-build cmake --build --preset release-tests
-    quietly valgrind-unit under_valgrind build/unit_tests --gtest_brief=1
+    quietly valgrind-unit under_valgrind build/unit_tests \
+        --gtest_brief=1 --gtest_filter="-$NOT_UNDER_VALGRIND"
     for model in lactate-slice spin-echo adiabatic-inversion gaba-fid; do
         quietly "valgrind-$model" under_valgrind build/zan --run-model "$PWD/models/$model.zanmodel"
     done
