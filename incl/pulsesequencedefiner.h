@@ -37,7 +37,7 @@ void ps_print_spatial_sector_summaries(void);
 
 // ---- waveform files ----
 // Two arrays of reals from text files, times a factor; the readers may change *ap. False, and told,
-// when one could not be read: it holds what had been read and what was there before.
+// when one could not be read: the first *ap samples, and *ap, stay as they were.
 bool ReadBxByPulse(int *ap, double *xb, double *yb);
 // Blocks of *ap doubles; a block that cannot be written is told on standard output.
 void BinArrayOut(const int *ap, const double *xb, const double *yb, const double *gx,

@@ -10,7 +10,9 @@
 #include "rfpulselib.h"
 #include "zandatafileio.h"
 
+#include <algorithm>
 #include <cstdio>
+#include <vector>
 
 enum { hard_pulse = 1, am_pulse, general_pulse, pulse_from_disk, waiting_time };
 
@@ -79,6 +81,8 @@ static void ask_note(int s)
 
 bool ReadBxByPulse(int *ap, double *xb, double *yb)
 {
+    const int count = *ap;
+    const std::vector<double> old_x(xb, xb + std::max(count, 0)), old_y(yb, yb + old_x.size());
     double factor;
     std::printf("\n\nFile name Bx(t)\n");
     RealArrayIn(ap, xb);
@@ -88,13 +92,18 @@ bool ReadBxByPulse(int *ap, double *xb, double *yb)
     RealArrayIn(ap, yb);
     const bool has_y = dataio_last_status == DATAIO_OK;
     ask_double("Multiplication factor : ", &factor);
+    if (!has_x || !has_y) {
+        std::fprintf(stderr, "The pulse was not read.\n");
+        std::copy(old_x.begin(), old_x.end(), xb);
+        std::copy(old_y.begin(), old_y.end(), yb);
+        *ap = count;
+        return false;
+    }
     for (int i = 0; i < *ap; i++) {
         xb[i] *= factor;
         yb[i] *= factor;
     }
-    if (!has_x || !has_y)
-        std::fprintf(stderr, "The pulse was not read.\n");
-    return has_x && has_y;
+    return true;
 }
 
 // A choice that the pulse's menu does not have leaves the old sample.
@@ -134,6 +143,8 @@ static bool define_content(int s, int content, int *count, double *step, const c
     case pulse_from_disk:
         ps_print_heading("Read RF pulse samples (Bx, By) from disk");
         defined = ReadBxByPulse(count, rt.xb, rt.yb);
+        if (!defined)
+            rt.fnames[s][0] = '\0'; // an old waveform does not fit the new time resolution
         break;
     case waiting_time:
         define_waiting_time(s);

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cstring>
 #include <string>
 
 static std::string dialog(void (*run)(void), const std::string &typed)
@@ -108,11 +109,14 @@ TEST_F(SinglePulse, APulseThatCannotBeReadFromDiskIsNone)
     const std::string good = dir.write("good.txt", "1 2 3 4"), bad = dir.write("bad.txt", "1 2 x");
     for (const auto &[x, y] : {std::pair(good, bad), {bad, good}, {good, dir.file("none.txt")}}) {
         rt.rfpulsedefined = 0;
+        rt.xb[0] = rt.yb[3] = 7.0;
         testing::internal::CaptureStderr();
         dialog(RedefinePulseHamiltonian, "4\n1\n" + x + "\n1\n" + y + "\n10\n");
         const std::string err = testing::internal::GetCapturedStderr();
         EXPECT_NE(err.find("The pulse was not read.\n"), std::string::npos) << err;
         EXPECT_EQ(rt.rfpulsedefined, 0) << x << y;
+        EXPECT_EQ(rt.xb[0], 7.0) << x << y;
+        EXPECT_EQ(rt.yb[3], 7.0) << x << y;
     }
 }
 
@@ -120,6 +124,7 @@ TEST_F(SinglePulse, ASectorWhosePulseCannotBeReadGetsNoWaveform)
 {
     const TempDir dir;
     const std::string good = dir.write("good.txt", "1 2"), bad = dir.write("bad.txt", "1 x");
+    std::strcpy(rt.fnames[2], "old.bin");
     testing::internal::CaptureStderr();
     const std::string printed =
         dialog([] { DefineSeqSector(2); },
@@ -128,7 +133,7 @@ TEST_F(SinglePulse, ASectorWhosePulseCannotBeReadGetsNoWaveform)
               std::string::npos);
     EXPECT_EQ(printed.find("Unknown"), std::string::npos) << printed;
     EXPECT_EQ(printed.find("Static offset"), std::string::npos) << printed;
-    EXPECT_EQ(rt.sectype[2], 0);
+    EXPECT_STREQ(rt.fnames[2], "");
 }
 
 TEST_F(SinglePulse, WithoutSamplesTheStepIsZero)
