@@ -4,12 +4,14 @@
 #include <cstdlib>
 
 static const double WORTH_STARTING = 1e6;
+static const int64_t MOST = 256;
 
 static int64_t most_threads(void)
 {
     const char *text = std::getenv("OMP_NUM_THREADS");
     const long wanted = text ? std::strtol(text, nullptr, 10) : 0;
-    return wanted > 0 ? wanted : std::max<int64_t>(1, std::thread::hardware_concurrency());
+    const int64_t most = wanted > 0 ? wanted : (int64_t)std::thread::hardware_concurrency();
+    return std::clamp<int64_t>(most, 1, MOST);
 }
 
 int threads_for(double products, int64_t pieces)
