@@ -162,10 +162,16 @@ static int errno_of(DWORD error)
     }
 }
 
+// Whoever has the file open for a moment, a virus scanner or another run, makes this fail.
 bool plat_replace_file(const char *from, const char *to)
 {
-    if (MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING))
-        return true;
+    for (int attempt = 0; attempt < 20; attempt++) {
+        if (MoveFileExA(from, to, MOVEFILE_REPLACE_EXISTING))
+            return true;
+        if (GetLastError() != ERROR_SHARING_VIOLATION && GetLastError() != ERROR_ACCESS_DENIED)
+            break;
+        Sleep(10); // ms
+    }
     errno = errno_of(GetLastError());
     return false;
 }
