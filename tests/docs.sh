@@ -183,7 +183,7 @@ for command in "${!left_out[@]}"; do
 done
 
 refused 1 'usage: ./test.sh [--quick | --coverage]' ./test.sh --fast
-refused 1 'usage: tools/setup.sh [test | coverage]' tools/setup.sh all
+refused 1 'usage: tools/setup.sh [test | all | coverage]' tools/setup.sh every
 refused 1 'usage: tools/analyze.sh [cppcheck | tidy | valgrind]' tools/analyze.sh lint
 refused 2 'usage: tools/fuzz.sh SECONDS [TARGET...]' tools/fuzz.sh
 refused 2 'usage: tools/fuzz.sh SECONDS [TARGET...]' tools/fuzz.sh soon

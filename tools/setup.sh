@@ -2,8 +2,9 @@
 # Installs the Debian packages that are missing, by name.
 #
 #   tools/setup.sh           what building and running needs
-#   tools/setup.sh test      also what the tests need
-#   tools/setup.sh coverage  also what counting the lines that the tests reach needs
+#   tools/setup.sh test      also what the tests of the Linux build need
+#   tools/setup.sh all       also what the Windows build, its tests and the packages need
+#   tools/setup.sh coverage  as test, and what counting the lines that the tests reach needs
 #
 # Where nothing is missing it only looks, and is done at once.
 set -euo pipefail
@@ -25,22 +26,28 @@ program cmake cmake
 program ninja-build ninja
 program gnuplot-nox gnuplot
 library libeigen3-dev eigen3/Eigen/Core
-case ${1-} in
-'') ;;
-coverage)
-    library libgtest-dev gtest/gtest.h
-    program gcovr gcovr
-    ;;
-test)
+for_tests()
+{
     library libgtest-dev gtest/gtest.h
     library libbenchmark-dev benchmark/benchmark.h
+}
+
+case ${1-} in
+'') ;;
+test) for_tests ;;
+all)
+    for_tests
     program g++-mingw-w64-x86-64-posix x86_64-w64-mingw32-g++-posix
     program wine wine
     program zip zip
     program unzip unzip
     ;;
+coverage)
+    for_tests
+    program gcovr gcovr
+    ;;
 *)
-    echo "usage: tools/setup.sh [test | coverage]" >&2
+    echo "usage: tools/setup.sh [test | all | coverage]" >&2
     exit 1
     ;;
 esac
