@@ -29,6 +29,7 @@ same_tables() # TABLE TABLE: expectation values at 64 positions, to 1e-11
         END { exit bad || n != 64 || size < 1 }'
 }
 
+rm -f dist/zan-*
 tools/package.sh
 mkdir "$WORK/first"
 cp dist/zan-* "$WORK/first"
@@ -55,6 +56,7 @@ cd "$WORK/windows folder"/zan-*
 if x86_64-w64-mingw32-objdump -p build/zan.exe | grep 'DLL Name: lib'; then
     fail "the Windows program needs libraries of the compiler"
 fi
+for file in LICENSE CHANGELOG.md docs/user-guide.md; do [[ -s $file ]] || fail "no $file"; done
 commands >run.bat
 "$ROOT/tools/wine.sh" cmd /c run.bat >out.txt </dev/null
 grep -q 'ZAN Main Menu' out.txt || fail "the menus of the Windows package"
