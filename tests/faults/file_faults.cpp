@@ -1,5 +1,6 @@
-// Every call for a file or for memory that the program makes, failing once, and a disk that is full
-// from some call on: no crash, nothing truncated or mixed, and a message of what is lost.
+// Calls for a file or for memory that the program makes, failing once, at most LIMIT of each kind
+// evenly over the work, and a disk that is full from some call on: no crash, nothing truncated or
+// mixed, and a message of what is lost.
 #include "works.h"
 
 #include <cstdlib>
