@@ -72,7 +72,7 @@ int run_zan_model_file(const char *model_path)
     return 0;
 }
 
-// False, and told, when the output is one of the files that the mode reads.
+// False, and told, when the output is the model or the file of density matrices.
 static bool output_is_new(const char *output, const char *model, const char *densities)
 {
     if (!plat_same_file(output, model) && !plat_same_file(output, densities))

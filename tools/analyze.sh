@@ -6,8 +6,8 @@
 #   tools/analyze.sh tidy        the same by clang-tidy (.clang-tidy says what is off and why)
 #   tools/analyze.sh valgrind    memory errors and leaks in the unit tests and in runs of examples
 #
-# Leaks are also looked for by every sanitizer build of ./test.sh. Findings end it with status 1. Needs the Debian packages cppcheck, clang-tidy and valgrind and what
-# ./test.sh installs.
+# Leaks are also looked for by the sanitizer build of ./test.sh. Findings end it with status 1. Needs
+# the Debian packages cppcheck, clang-tidy and valgrind and what ./test.sh installs.
 set -euo pipefail
 cd "$(dirname "${BASH_SOURCE[0]}")/.."
 . tools/steps.sh
