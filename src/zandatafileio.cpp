@@ -207,7 +207,7 @@ dataio_status Create_IDL_File_status(const char *input_filename, const char *out
     FilePtr in = open_input(input_filename);
     if (!in)
         return io_error("fopen(input)");
-    int32_t type, pp, fndw;
+    int32_t type = 0, pp = 0, fndw = 0;
     errno = 0;
     read_legacy_bin_header(in.get(), &type, &pp, &fndw); // fails for null arguments only
     OutputFile out;

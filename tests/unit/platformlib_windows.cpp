@@ -30,7 +30,7 @@ TEST(PlatformWindows, NamesAreUtf8)
 TEST(PlatformWindows, ADeviceIsNoFileToRead)
 {
     const TempDir dir;
-    for (const std::string name : {std::string("NUL"), std::string("CON"), dir.path}) {
+    for (const std::string &name : {std::string("NUL"), std::string("CON"), dir.path}) {
         EXPECT_FALSE(plat_is_file(name.c_str())) << name;
         FILE *const file = plat_open_file(name.c_str());
         EXPECT_EQ(file, nullptr) << name;
