@@ -222,8 +222,10 @@ double SeparateSpectra_GenerateSignalWithParamsAndSlowSplit(
                         osc_zeros((size_t)signal_points),
                         osc_zeros((size_t)signal_points),
                         MakeReceiverBasis(*n, &Hmat, Ixtot, Iytot)};
-    if (!r.re || !r.im)
+    if (!r.re || !r.im) {
+        std::perror("calloc");
         return 0.0;
+    }
     return write_signal_file(dm.get(), traces, r, densmat) ? acquisition_time_s : 0.0;
 }
 
